@@ -1,0 +1,41 @@
+// Velmora's entry: an application with no main window that stays running until Quit or a
+// termination signal. A second start hands over to the running one and exits.
+#include "AppLanguage.h"
+#include "Preferences.h"
+#include "SignalWatcher.h"
+#include "VelmoraAppDelegate.h"
+#include "VelmoraDBusService.h"
+#include "VelmoraRuntime.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QSettings>
+
+using namespace Qt::StringLiterals;
+
+int main(int argc, char* argv[])
+{
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(u"Velmora"_s);
+    QApplication::setApplicationName(u"Velmora"_s);
+    QApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
+    QApplication::setDesktopFileName(u"app.velmora.Velmora"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    if (VelmoraDBusService::askRunningInstanceToShow())
+        return 0;
+
+    VelmoraRuntime runtime(QDir::homePath(), Preferences::openStandard());
+    VelmoraAppDelegate delegate(runtime);
+    VelmoraDBusService service(runtime);
+    if (!service.registerOnSessionBus())
+        return 0; // another copy won the race for the bus name
+
+    SignalWatcher signals;
+    QObject::connect(&signals, &SignalWatcher::terminationRequested, &application, &QApplication::quit);
+
+    delegate.applicationDidFinishLaunching();
+    const int status = QApplication::exec();
+    delegate.applicationWillTerminate();
+    return status;
+}
