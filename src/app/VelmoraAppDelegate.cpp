@@ -14,8 +14,7 @@ using namespace Qt::StringLiterals;
 
 VelmoraAppDelegate::VelmoraAppDelegate(VelmoraRuntime& runtime, QObject* parent)
     : QObject(parent), m_runtime(runtime)
-{
-}
+{}
 
 VelmoraAppDelegate::~VelmoraAppDelegate()
 {
@@ -42,8 +41,8 @@ void VelmoraAppDelegate::applicationDidFinishLaunching()
 
     m_trayIcon = new QSystemTrayIcon(QIcon(u":/icons/velmora.svg"_s), this);
     m_trayIcon->setContextMenu(m_menu);
-    m_trayIcon->setToolTip(AppLocalizationCatalog::shared().string(u"product.name"_s,
-                                                                   m_runtime.languageStore().effectiveLanguage()));
+    m_trayIcon->setToolTip(AppLocalizationCatalog::shared().string(
+        u"product.name"_s, m_runtime.languageStore().effectiveLanguage()));
     if (QSystemTrayIcon::isSystemTrayAvailable())
         m_trayIcon->show();
 }

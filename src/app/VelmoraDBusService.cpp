@@ -11,17 +11,18 @@
 
 using namespace Qt::StringLiterals;
 
-VelmoraDBusService::VelmoraDBusService(VelmoraRuntime& runtime, QObject* parent) : QObject(parent), m_runtime(runtime)
-{
-}
+VelmoraDBusService::VelmoraDBusService(VelmoraRuntime& runtime, QObject* parent)
+    : QObject(parent), m_runtime(runtime)
+{}
 
 bool VelmoraDBusService::askRunningInstanceToShow()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected() || !bus.interface()->isServiceRegistered(QString::fromLatin1(serviceName)))
         return false;
-    const QDBusMessage show = QDBusMessage::createMethodCall(
-        QString::fromLatin1(serviceName), QString::fromLatin1(objectPath), QString::fromLatin1(interfaceName), u"Show"_s);
+    const QDBusMessage show =
+        QDBusMessage::createMethodCall(QString::fromLatin1(serviceName), QString::fromLatin1(objectPath),
+                                       QString::fromLatin1(interfaceName), u"Show"_s);
     bus.call(show, QDBus::Block, 2000);
     return true;
 }

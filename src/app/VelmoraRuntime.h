@@ -16,7 +16,8 @@ class VelmoraRuntime : public QObject {
 
 public:
     // `homeDirectory` is the root of the library folders; `defaults` the user's preferences.
-    VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSettings> defaults, QObject* parent = nullptr);
+    VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSettings> defaults,
+                   QObject* parent = nullptr);
     ~VelmoraRuntime() override;
 
     AppLanguageStore& languageStore() const { return *m_languageStore; }

@@ -10,8 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // Decimal digits with an optional leading "+", nothing else: no blanks, no sign of minus.
-template <typename Number>
-std::optional<Number> parseDecimal(QStringView text, Number maximum)
+template <typename Number> std::optional<Number> parseDecimal(QStringView text, Number maximum)
 {
     if (text.startsWith(u'+'))
         text = text.mid(1);

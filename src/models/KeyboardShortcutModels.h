@@ -7,15 +7,21 @@
 #include <optional>
 
 namespace ShortcutModifiers {
-inline constexpr quint32 shift = 0x20000;    // 131072: no modifier on its own
-inline constexpr quint32 control = 0x40000;  // 262144
-inline constexpr quint32 option = 0x80000;   // 524288
-inline constexpr quint32 command = 0x100000; // 1048576
-inline constexpr quint32 requiredMask = control | option | command;  // 0x1C0000
-inline constexpr quint64 storedMask = 0xFFFE0000;  // drops device bits and Caps Lock
+inline constexpr quint32 shift = 0x20000;                           // 131072: no modifier on its own
+inline constexpr quint32 control = 0x40000;                         // 262144
+inline constexpr quint32 option = 0x80000;                          // 524288
+inline constexpr quint32 command = 0x100000;                        // 1048576
+inline constexpr quint32 requiredMask = control | option | command; // 0x1C0000
+inline constexpr quint64 storedMask = 0xFFFE0000;                   // drops device bits and Caps Lock
 
-inline constexpr bool hasRequiredModifier(quint64 modifiers) { return (modifiers & requiredMask) != 0; }
-inline constexpr quint64 stored(quint64 modifiers) { return modifiers & storedMask; }
+inline constexpr bool hasRequiredModifier(quint64 modifiers)
+{
+    return (modifiers & requiredMask) != 0;
+}
+inline constexpr quint64 stored(quint64 modifiers)
+{
+    return modifiers & storedMask;
+}
 } // namespace ShortcutModifiers
 
 struct PromptKeyboardShortcut {

@@ -6,7 +6,13 @@
 #include <optional>
 
 enum class PromptConfigSourceKind { global, workspace };
-enum class PromptConfigIssueKind { unreadable, invalidUTF8, invalidFormat, perFileLimitExceeded, aggregateLimitExceeded };
+enum class PromptConfigIssueKind {
+    unreadable,
+    invalidUTF8,
+    invalidFormat,
+    perFileLimitExceeded,
+    aggregateLimitExceeded
+};
 enum class PromptConfigRecoveryAction { reload, showInFinder, openWorkspaceManager };
 
 QString toRawValue(PromptConfigSourceKind kind);

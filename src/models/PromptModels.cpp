@@ -71,7 +71,8 @@ QList<qsizetype> peerIndices(const QList<PromptItem>& prompts, qsizetype index)
 
 qsizetype indexOfPrompt(const QList<PromptItem>& prompts, const QString& id)
 {
-    const auto found = std::find_if(prompts.begin(), prompts.end(), [&](const PromptItem& p) { return p.id == id; });
+    const auto found =
+        std::find_if(prompts.begin(), prompts.end(), [&](const PromptItem& p) { return p.id == id; });
     return found == prompts.end() ? -1 : found - prompts.begin();
 }
 
@@ -153,7 +154,8 @@ QStringList PromptPackImportPreview::groups() const
 QStringList PromptPackImportPreview::sampleTitles() const
 {
     QStringList result;
-    for (const PromptItem& prompt : pack.workspace.prompts.first(std::min<qsizetype>(5, pack.workspace.prompts.size())))
+    for (const PromptItem& prompt :
+         pack.workspace.prompts.first(std::min<qsizetype>(5, pack.workspace.prompts.size())))
         result.append(prompt.title);
     return result;
 }

@@ -54,7 +54,8 @@ Expected<void> replaceAtomically(const QByteArray& data, const QString& path)
         return AppError::posix(error);
     }
     // Make the rename itself durable.
-    const int directory = ::open(QFile::encodeName(target.absolutePath()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int directory =
+        ::open(QFile::encodeName(target.absolutePath()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory >= 0) {
         ::fsync(directory);
         ::close(directory);

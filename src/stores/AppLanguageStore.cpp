@@ -4,7 +4,8 @@
 
 #include <QSettings>
 
-AppLanguageStore::AppLanguageStore(QSettings* defaults, PreferredLanguages preferredLanguages, QObject* parent)
+AppLanguageStore::AppLanguageStore(QSettings* defaults, PreferredLanguages preferredLanguages,
+                                   QObject* parent)
     : QObject(parent), m_defaults(defaults), m_preferredLanguages(std::move(preferredLanguages))
 {
     // An unknown stored value reads as `system` and stays in the file until the user chooses.

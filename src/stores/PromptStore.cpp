@@ -17,22 +17,21 @@ using namespace Qt::StringLiterals;
 
 PromptStore::PromptStore(QString homeDirectory, LanguageProvider languageProvider, QSettings* userDefaults,
                          Collaborators collaborators, bool loadsOnInit, QObject* parent)
-    : QObject(parent),
-      m_homeDirectory(std::move(homeDirectory)),
-      m_languageProvider(std::move(languageProvider)),
-      m_userDefaults(userDefaults),
+    : QObject(parent), m_homeDirectory(std::move(homeDirectory)),
+      m_languageProvider(std::move(languageProvider)), m_userDefaults(userDefaults),
       m_configLoader(std::move(collaborators.configLoader)),
-      m_usageStore(std::move(collaborators.usageStore)),
-      m_bindingStore(std::move(collaborators.bindingStore))
+      m_usageStore(std::move(collaborators.usageStore)), m_bindingStore(std::move(collaborators.bindingStore))
 {
     Q_ASSERT(m_configLoader);
     m_statusMessage = text(u"status.not.loaded"_s);
     m_advancedAutomaticMatchingEnabled =
         Preferences::boolean(*m_userDefaults, QString::fromLatin1(advancedMatchingKey)).value_or(false);
-    m_projectConfigsEnabled = Preferences::boolean(*m_userDefaults, QString::fromLatin1(projectConfigsKey)).value_or(true);
-    m_sortMode = promptSortModeFromRawValue(
-                     Preferences::string(*m_userDefaults, QString::fromLatin1(sortModeKey)).value_or(QString()))
-                     .value_or(PromptSortMode::manual);
+    m_projectConfigsEnabled =
+        Preferences::boolean(*m_userDefaults, QString::fromLatin1(projectConfigsKey)).value_or(true);
+    m_sortMode =
+        promptSortModeFromRawValue(
+            Preferences::string(*m_userDefaults, QString::fromLatin1(sortModeKey)).value_or(QString()))
+            .value_or(PromptSortMode::manual);
     if (loadsOnInit)
         reload();
 }
@@ -83,8 +82,9 @@ QFuture<void> PromptStore::startReload(const std::optional<QString>& preservedSt
     return task;
 }
 
-void PromptStore::publish(PromptLoadResult result, quint64 generation, const std::optional<QString>& previousSelection,
-                          AppLanguage language, const std::optional<QString>& preservedStatus)
+void PromptStore::publish(PromptLoadResult result, quint64 generation,
+                          const std::optional<QString>& previousSelection, AppLanguage language,
+                          const std::optional<QString>& preservedStatus)
 {
     // An older reload that finishes late is dropped whole: a newer one will publish.
     if (generation != m_reloadGeneration)
@@ -95,14 +95,16 @@ void PromptStore::publish(PromptLoadResult result, quint64 generation, const std
         result.globalPrompts.clear();
         result.workspaces.clear();
         result.workspaceMetadata.clear();
-        result.statusMessage = AppLocalizationCatalog::shared().string(u"status.config.samples.hidden"_s, language);
+        result.statusMessage =
+            AppLocalizationCatalog::shared().string(u"status.config.samples.hidden"_s, language);
     }
 
     setConfigIssues(result.configIssues);
     if (!result.configIssues.isEmpty()) {
         // One bad file keeps the whole previous library; with none to keep, show nothing.
         if (m_hasSuccessfulConfigSnapshot) {
-            setStatusMessage(AppLocalizationCatalog::shared().string(u"status.config.preserved.previous"_s, language));
+            setStatusMessage(
+                AppLocalizationCatalog::shared().string(u"status.config.preserved.previous"_s, language));
         } else {
             setGlobalPrompts({});
             setWorkspaces({});
@@ -125,15 +127,17 @@ void PromptStore::publish(PromptLoadResult result, quint64 generation, const std
     if (m_bindingStore) {
         m_bindingStore->reload();
         if (m_bindingStore->hasAgentWorkspaceBindingLoadError())
-            setStatusMessage(AppLocalizationCatalog::shared().string(u"status.binding.file.unreadable"_s, language));
+            setStatusMessage(
+                AppLocalizationCatalog::shared().string(u"status.binding.file.unreadable"_s, language));
     }
 
     m_projectWorkspaceCache.clear();
     m_projectWorkspaceMisses.clear();
 
     const bool selectionSurvives =
-        previousSelection && std::any_of(m_workspaces.cbegin(), m_workspaces.cend(),
-                                         [&](const PromptWorkspace& w) { return w.id == *previousSelection; });
+        previousSelection &&
+        std::any_of(m_workspaces.cbegin(), m_workspaces.cend(),
+                    [&](const PromptWorkspace& w) { return w.id == *previousSelection; });
     setLastEditedWorkspaceID(selectionSurvives ? previousSelection : std::nullopt);
 
     if (preservedStatus)
@@ -193,7 +197,8 @@ void PromptStore::setSortMode(PromptSortMode mode)
     Q_EMIT sortModeChanged();
 }
 
-QList<PromptWorkspace> PromptStore::workspaceManagerWorkspaces(const QList<PromptWorkspace>& extraWorkspaces) const
+QList<PromptWorkspace>
+PromptStore::workspaceManagerWorkspaces(const QList<PromptWorkspace>& extraWorkspaces) const
 {
     QList<PromptWorkspace> candidates;
     if (!m_globalPrompts.isEmpty()) {
@@ -226,13 +231,13 @@ QList<PromptWorkspace> PromptStore::workspaceManagerWorkspaces(const QList<Promp
     return unique;
 }
 
-#define VELMORA_SETTER(Setter, member, signal)                                                                   \
-    void PromptStore::Setter(const decltype(member)& value)                                                      \
-    {                                                                                                            \
-        if (member == value)                                                                                     \
-            return;                                                                                              \
-        member = value;                                                                                          \
-        Q_EMIT signal();                                                                                         \
+#define VELMORA_SETTER(Setter, member, signal)                                                               \
+    void PromptStore::Setter(const decltype(member)& value)                                                  \
+    {                                                                                                        \
+        if (member == value)                                                                                 \
+            return;                                                                                          \
+        member = value;                                                                                      \
+        Q_EMIT signal();                                                                                     \
     }
 
 VELMORA_SETTER(setGlobalPrompts, m_globalPrompts, globalPromptsChanged)

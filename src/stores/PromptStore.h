@@ -46,7 +46,10 @@ public:
     const std::optional<QString>& lastEditedWorkspaceID() const { return m_lastEditedWorkspaceID; }
     const QString& statusMessage() const { return m_statusMessage; }
     const std::optional<QString>& lastErrorMessage() const { return m_lastErrorMessage; }
-    const std::optional<WorkspaceSaveError>& lastWorkspaceSaveIssue() const { return m_lastWorkspaceSaveIssue; }
+    const std::optional<WorkspaceSaveError>& lastWorkspaceSaveIssue() const
+    {
+        return m_lastWorkspaceSaveIssue;
+    }
     const QList<PromptConfigIssue>& configIssues() const { return m_configIssues; }
     bool showsTransientSamples() const { return m_showsTransientSamples; }
     bool advancedAutomaticMatchingEnabled() const { return m_advancedAutomaticMatchingEnabled; }
@@ -66,7 +69,8 @@ public:
     QStringList knownWorkspacePaths() const;
     QList<PromptSection> promptSections(const QList<PromptItem>& prompts) const;
     void setSortMode(PromptSortMode mode);
-    QList<PromptWorkspace> workspaceManagerWorkspaces(const QList<PromptWorkspace>& extraWorkspaces = {}) const;
+    QList<PromptWorkspace>
+    workspaceManagerWorkspaces(const QList<PromptWorkspace>& extraWorkspaces = {}) const;
 
     AppLanguage language() const { return m_languageProvider(); }
     QString text(const QString& key) const;

@@ -18,8 +18,7 @@ struct AppError {
 };
 
 // A value or the error that prevented it. Services return these instead of throwing.
-template <typename T>
-class Expected {
+template <typename T> class Expected {
 public:
     Expected(T value) : m_value(std::move(value)) {}
     Expected(AppError error) : m_error(std::move(error)) {}
@@ -37,8 +36,7 @@ private:
     AppError m_error;
 };
 
-template <>
-class Expected<void> {
+template <> class Expected<void> {
 public:
     Expected() = default;
     Expected(AppError error) : m_error(std::move(error)), m_failed(true) {}

@@ -67,7 +67,8 @@ namespace L10n {
 AppLanguage currentLanguage()
 {
     const QString stored =
-        Preferences::string(*Preferences::openStandard(), QString::fromLatin1(interfaceLanguageKey)).value_or(QString());
+        Preferences::string(*Preferences::openStandard(), QString::fromLatin1(interfaceLanguageKey))
+            .value_or(QString());
     if (stored == u"zhHans")
         return AppLanguage::zhHans;
     if (stored == u"english")

@@ -7,7 +7,8 @@
 
 enum class AppLanguage { system, zhHans, english };
 
-inline constexpr AppLanguage allAppLanguages[] = {AppLanguage::system, AppLanguage::zhHans, AppLanguage::english};
+inline constexpr AppLanguage allAppLanguages[] = {AppLanguage::system, AppLanguage::zhHans,
+                                                  AppLanguage::english};
 
 QString toRawValue(AppLanguage language);
 std::optional<AppLanguage> appLanguageFromRawValue(const QString& raw);

@@ -21,10 +21,22 @@ const QLoggingCategory& loggingCategory(Category category);
 // that is a terminal.
 void error(Category category, const QString& line);
 
-inline void persistence(const QString& line) { error(Category::persistence, line); }
-inline void context(const QString& line) { error(Category::context, line); }
-inline void prompts(const QString& line) { error(Category::prompts, line); }
-inline void ui(const QString& line) { error(Category::ui, line); }
+inline void persistence(const QString& line)
+{
+    error(Category::persistence, line);
+}
+inline void context(const QString& line)
+{
+    error(Category::context, line);
+}
+inline void prompts(const QString& line)
+{
+    error(Category::prompts, line);
+}
+inline void ui(const QString& line)
+{
+    error(Category::ui, line);
+}
 
 // "<type> domain=<domain> code=<code>"; the localised description never reaches the log.
 QString errorSummary(const AppError& error);

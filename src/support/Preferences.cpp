@@ -8,7 +8,8 @@ namespace Preferences {
 
 std::unique_ptr<QSettings> openStandard()
 {
-    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, u"Velmora"_s, u"Velmora"_s);
+    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, u"Velmora"_s,
+                                       u"Velmora"_s);
 }
 
 std::optional<bool> boolean(const QSettings& settings, const QString& key)

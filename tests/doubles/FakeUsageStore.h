@@ -20,4 +20,3 @@ public:
     QSet<QString> recordIDs;
     int writes = 0;
 };
-

@@ -54,15 +54,18 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("after");
 
         const QStringList simple{u"a:G"_s, u"b:G"_s, u"c:G"_s};
-        QTest::newRow("up swaps with the previous peer") << simple << u"b"_s << PromptMoveDirection::up << true
-                                                         << QStringList{u"b"_s, u"a"_s, u"c"_s};
-        QTest::newRow("up at the first peer") << simple << u"a"_s << PromptMoveDirection::up << false << simple;
-        QTest::newRow("top at the first peer") << simple << u"a"_s << PromptMoveDirection::top << false << simple;
-        QTest::newRow("down at the last peer") << simple << u"c"_s << PromptMoveDirection::down << false << simple;
-        QTest::newRow("top moves to the first peer index") << simple << u"c"_s << PromptMoveDirection::top << true
-                                                           << QStringList{u"c"_s, u"a"_s, u"b"_s};
-        QTest::newRow("bottom from the first") << simple << u"a"_s << PromptMoveDirection::bottom << true
-                                               << QStringList{u"b"_s, u"c"_s, u"a"_s};
+        QTest::newRow("up swaps with the previous peer")
+            << simple << u"b"_s << PromptMoveDirection::up << true << QStringList{u"b"_s, u"a"_s, u"c"_s};
+        QTest::newRow("up at the first peer")
+            << simple << u"a"_s << PromptMoveDirection::up << false << simple;
+        QTest::newRow("top at the first peer")
+            << simple << u"a"_s << PromptMoveDirection::top << false << simple;
+        QTest::newRow("down at the last peer")
+            << simple << u"c"_s << PromptMoveDirection::down << false << simple;
+        QTest::newRow("top moves to the first peer index")
+            << simple << u"c"_s << PromptMoveDirection::top << true << QStringList{u"c"_s, u"a"_s, u"b"_s};
+        QTest::newRow("bottom from the first")
+            << simple << u"a"_s << PromptMoveDirection::bottom << true << QStringList{u"b"_s, u"c"_s, u"a"_s};
         QTest::newRow("bottom from the last-but-one peer ends the group")
             << simple << u"b"_s << PromptMoveDirection::bottom << true << QStringList{u"a"_s, u"c"_s, u"b"_s};
         QTest::newRow("unknown id") << simple << u"zz"_s << PromptMoveDirection::down << false << simple;
@@ -80,16 +83,17 @@ private Q_SLOTS:
         QTest::newRow("up jumps over a prompt of the other pin state")
             << jumpPin << u"b"_s << PromptMoveDirection::up << true << QStringList{u"b"_s, u"p"_s, u"a"_s};
         QTest::newRow("bottom of the first unpinned peer past a pinned one")
-            << jumpPin << u"a"_s << PromptMoveDirection::bottom << true << QStringList{u"p"_s, u"b"_s, u"a"_s};
+            << jumpPin << u"a"_s << PromptMoveDirection::bottom << true
+            << QStringList{u"p"_s, u"b"_s, u"a"_s};
 
         const QStringList otherGroup{u"a:A"_s, u"x:B"_s, u"b:A"_s};
         QTest::newRow("never crosses another group; interleaved groups gather")
             << otherGroup << u"b"_s << PromptMoveDirection::up << true << QStringList{u"b"_s, u"a"_s, u"x"_s};
         QTest::newRow("interleaved groups gather after a move in the other group")
-            << QStringList{u"a:A"_s, u"x:B"_s, u"b:A"_s, u"y:B"_s} << u"y"_s << PromptMoveDirection::top << true
-            << QStringList{u"a"_s, u"b"_s, u"y"_s, u"x"_s};
-        QTest::newRow("a lone prompt of its group") << otherGroup << u"x"_s << PromptMoveDirection::down << false
-                                                    << otherGroup;
+            << QStringList{u"a:A"_s, u"x:B"_s, u"b:A"_s, u"y:B"_s} << u"y"_s << PromptMoveDirection::top
+            << true << QStringList{u"a"_s, u"b"_s, u"y"_s, u"x"_s};
+        QTest::newRow("a lone prompt of its group")
+            << otherGroup << u"x"_s << PromptMoveDirection::down << false << otherGroup;
     }
 
     void moves()
@@ -118,7 +122,8 @@ private Q_SLOTS:
 
         QTest::newRow("command") << u"35:1048576"_s << true << 35u << quint64(1048576);
         QTest::newRow("control shift") << u"35:393216"_s << true << 35u << quint64(393216);
-        QTest::newRow("device bits and caps lock are dropped") << u"18:1114380"_s << true << 18u << quint64(1048576);
+        QTest::newRow("device bits and caps lock are dropped")
+            << u"18:1114380"_s << true << 18u << quint64(1048576);
         QTest::newRow("bits above 32 are dropped") << u"18:4296015872"_s << true << 18u << quint64(1048576);
         QTest::newRow("empty parts are dropped") << u"::35::1048576:"_s << true << 35u << quint64(1048576);
         QTest::newRow("shift alone is no modifier") << u"35:131072"_s << false << 0u << quint64(0);
@@ -158,7 +163,8 @@ private Q_SLOTS:
         QCOMPARE(allAgentTypes[13], AgentType::jetbrains); // the right column starts here
         QCOMPARE(promptSortModeFromRawValue(u"frequent"_s), PromptSortMode::frequent);
         QCOMPARE(promptSortModeFromRawValue(u"Frequent"_s), std::nullopt);
-        QCOMPARE(promptWorkspaceSourceFromRawValue(u"transientSample"_s), PromptWorkspaceSource::transientSample);
+        QCOMPARE(promptWorkspaceSourceFromRawValue(u"transientSample"_s),
+                 PromptWorkspaceSource::transientSample);
     }
 
     void packPreview_data()

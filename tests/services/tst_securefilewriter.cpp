@@ -122,8 +122,8 @@ private Q_SLOTS:
 
         QVERIFY(!SecureFileWriter::restrictDirectoryToCurrentUser(dir.filePath(u"missing"_s)));
         QCOMPARE(m_log, QStringList{u"Set secure directory permissions failed directory=%1/missing "
-                                    "error=POSIXError domain=NSPOSIXErrorDomain code=2"_s
-                                        .arg(QFileInfo(dir.path()).fileName())});
+                                    "error=POSIXError domain=NSPOSIXErrorDomain code=2"_s.arg(
+                                        QFileInfo(dir.path()).fileName())});
     }
 };
 

@@ -225,7 +225,8 @@ private Q_SLOTS:
         const auto none = std::optional<QString>();
         const auto saved = std::optional<QString>(u"Saved workspace"_s);
         QTest::newRow("loader's own text") << false << false << none << u"Loaded"_s;
-        QTest::newRow("binding file over loader") << true << false << none << text("status.binding.file.unreadable");
+        QTest::newRow("binding file over loader")
+            << true << false << none << text("status.binding.file.unreadable");
         QTest::newRow("binding file over preserved previous")
             << true << true << none << text("status.binding.file.unreadable");
         QTest::newRow("preserved status over binding file") << true << false << saved << *saved;
@@ -334,12 +335,12 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("titles");
         QTest::newRow("manual groups in order of first appearance")
             << u"manual"_s << QStringList{u"B"_s, u"A"_s, u""_s} << QStringList{u"B"_s, u"A"_s, u""_s};
-        QTest::newRow("recent, one section") << u"recent"_s << QStringList{u"recent"_s}
-                                             << QStringList{text("settings.usage.sort.recent")};
+        QTest::newRow("recent, one section")
+            << u"recent"_s << QStringList{u"recent"_s} << QStringList{text("settings.usage.sort.recent")};
         QTest::newRow("frequent, one section") << u"frequent"_s << QStringList{u"frequent"_s}
                                                << QStringList{text("settings.usage.sort.frequent")};
-        QTest::newRow("unknown stored text is manual") << u"alphabetic"_s << QStringList{u"B"_s, u"A"_s, u""_s}
-                                                       << QStringList{u"B"_s, u"A"_s, u""_s};
+        QTest::newRow("unknown stored text is manual")
+            << u"alphabetic"_s << QStringList{u"B"_s, u"A"_s, u""_s} << QStringList{u"B"_s, u"A"_s, u""_s};
     }
 
     void sections()
@@ -349,8 +350,8 @@ private Q_SLOTS:
         QFETCH(QStringList, titles);
         m_settings->setValue(QString::fromLatin1(PromptStore::sortModeKey), mode);
         auto store = makeStore();
-        const QList<PromptItem> prompts{prompt(u"1"_s, u"B"_s), prompt(u"2"_s, u"A"_s), prompt(u"3"_s, u"B"_s),
-                                        prompt(u"4"_s, u""_s)};
+        const QList<PromptItem> prompts{prompt(u"1"_s, u"B"_s), prompt(u"2"_s, u"A"_s),
+                                        prompt(u"3"_s, u"B"_s), prompt(u"4"_s, u""_s)};
         const QList<PromptSection> sections = store->promptSections(prompts);
         QStringList ids, sectionTitles;
         for (const PromptSection& section : sections) {

@@ -16,10 +16,11 @@ private Q_SLOTS:
         QTest::addColumn<std::optional<QString>>("path");
         QTest::addColumn<QString>("expected");
         QTest::newRow("absent") << std::optional<QString>() << u"none"_s;
-        QTest::newRow("workspace file") << std::optional<QString>(u"/home/ann/.velmora/workspaces/work.yaml"_s)
-                                        << u"workspaces/work.yaml"_s;
-        QTest::newRow("other home, same file") << std::optional<QString>(u"/srv/x/y/workspaces/work.yaml"_s)
-                                               << u"workspaces/work.yaml"_s;
+        QTest::newRow("workspace file")
+            << std::optional<QString>(u"/home/ann/.velmora/workspaces/work.yaml"_s)
+            << u"workspaces/work.yaml"_s;
+        QTest::newRow("other home, same file")
+            << std::optional<QString>(u"/srv/x/y/workspaces/work.yaml"_s) << u"workspaces/work.yaml"_s;
         QTest::newRow("file in the root") << std::optional<QString>(u"/work.yaml"_s) << u"work.yaml"_s;
     }
 
@@ -42,7 +43,9 @@ private Q_SLOTS:
     void linesReachTheirCategory()
     {
         QList<std::pair<AppLog::Category, QString>> lines;
-        AppLog::setSinkForTesting([&](AppLog::Category category, const QString& line) { lines.append({category, line}); });
+        AppLog::setSinkForTesting([&](AppLog::Category category, const QString& line) {
+            lines.append({category, line});
+        });
         AppLog::persistence(u"Save workspace failed workspaceID=w"_s);
         AppLog::ui(u"Update launch at login failed error=x"_s);
         AppLog::setSinkForTesting(nullptr);

@@ -39,7 +39,8 @@ private Q_SLOTS:
         QTest::newRow("Singapore") << QStringList{u"zh-SG"_s} << AppLanguage::zhHans;
         QTest::newRow("locale with underscore") << QStringList{u"zh_CN"_s} << AppLanguage::zhHans;
         QTest::newRow("traditional, Taiwan") << QStringList{u"zh-Hant-TW"_s} << AppLanguage::english;
-        QTest::newRow("only the first counts") << QStringList{u"de-DE"_s, u"zh-Hans"_s} << AppLanguage::english;
+        QTest::newRow("only the first counts")
+            << QStringList{u"de-DE"_s, u"zh-Hans"_s} << AppLanguage::english;
         QTest::newRow("English") << QStringList{u"en-US"_s} << AppLanguage::english;
     }
 
@@ -55,11 +56,14 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("entry");
         QTest::addColumn<AppLanguage>("language");
         QTest::addColumn<QString>("expected");
-        const QByteArray both = R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}},"zh-Hans":{"stringUnit":{"value":"你好"}}}})";
+        const QByteArray both =
+            R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}},"zh-Hans":{"stringUnit":{"value":"你好"}}}})";
         const QByteArray englishOnly = R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}}}})";
         const QByteArray chineseOnly = R"("k":{"localizations":{"zh-Hans":{"stringUnit":{"value":"你好"}}}})";
-        const QByteArray emptyChinese = R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}},"zh-Hans":{"stringUnit":{"value":""}}}})";
-        const QByteArray noUnit = R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}},"zh-Hans":{"other":1}}})";
+        const QByteArray emptyChinese =
+            R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}},"zh-Hans":{"stringUnit":{"value":""}}}})";
+        const QByteArray noUnit =
+            R"("k":{"localizations":{"en":{"stringUnit":{"value":"Hello"}},"zh-Hans":{"other":1}}})";
         const QByteArray noLocalizations = R"("k":{"comment":"x"})";
         QTest::newRow("Chinese text") << both << AppLanguage::zhHans << u"你好"_s;
         QTest::newRow("English text") << both << AppLanguage::english << u"Hello"_s;
@@ -88,7 +92,8 @@ private Q_SLOTS:
         QTest::newRow("no strings") << QByteArray(R"({"version":"1.0"})");
         QTest::newRow("string unit without value")
             << catalogJSON(R"("k":{"localizations":{"en":{"stringUnit":{"state":"new"}}}})");
-        QTest::newRow("value of the wrong type") << catalogJSON(R"("k":{"localizations":{"en":{"stringUnit":{"value":3}}}})");
+        QTest::newRow("value of the wrong type")
+            << catalogJSON(R"("k":{"localizations":{"en":{"stringUnit":{"value":3}}}})");
     }
 
     void brokenCatalogsFail()

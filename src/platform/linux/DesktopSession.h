@@ -7,5 +7,6 @@
 
 enum class DesktopSessionType { x11, wayland, none };
 
-DesktopSessionType desktopSessionType(const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());
+DesktopSessionType
+desktopSessionType(const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());
 QString toRawValue(DesktopSessionType type);
