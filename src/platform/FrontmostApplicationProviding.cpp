@@ -1,0 +1,3 @@
+#include "FrontmostApplicationProviding.h"
+
+FrontmostApplicationProviding::~FrontmostApplicationProviding() = default;
