@@ -28,7 +28,9 @@ std::optional<QByteArray> readFile(const QString& path)
 
 } // namespace
 
-ProjectConfigTrustStore::ProjectConfigTrustStore(QString homeDirectory) : m_homeDirectory(std::move(homeDirectory)) {}
+ProjectConfigTrustStore::ProjectConfigTrustStore(QString homeDirectory)
+    : m_homeDirectory(std::move(homeDirectory))
+{}
 
 QString ProjectConfigTrustStore::fileURL() const
 {

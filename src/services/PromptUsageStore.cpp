@@ -33,12 +33,14 @@ PromptUsageStore::PromptUsageStore(const QString& homeDirectory)
     if (!file.exists())
         return;
     if (!file.open(QIODevice::ReadOnly)) {
-        AppLog::persistence(u"Load prompt usage failed error=%1"_s.arg(AppLog::errorSummary(AppError::posix(EACCES))));
+        AppLog::persistence(
+            u"Load prompt usage failed error=%1"_s.arg(AppLog::errorSummary(AppError::posix(EACCES))));
         return;
     }
     const auto decoded = decode(file.readAll());
     if (!decoded) {
-        AppLog::persistence(u"Load prompt usage failed error=%1"_s.arg(AppLog::errorSummary(decodingError())));
+        AppLog::persistence(
+            u"Load prompt usage failed error=%1"_s.arg(AppLog::errorSummary(decodingError())));
         return;
     }
     m_records = *decoded;
@@ -67,7 +69,8 @@ std::optional<QHash<QString, PromptUsageRecord>> PromptUsageStore::decode(const 
         auto existing = records.find(record.promptID);
         if (existing != records.end()) {
             existing->lastUsedAt = std::max(existing->lastUsedAt, record.lastUsedAt);
-            existing->successfulCopyCount = std::max(existing->successfulCopyCount, record.successfulCopyCount);
+            existing->successfulCopyCount =
+                std::max(existing->successfulCopyCount, record.successfulCopyCount);
         } else {
             records.insert(record.promptID, record);
         }

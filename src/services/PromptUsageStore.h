@@ -2,12 +2,12 @@
 #pragma once
 
 #include "PromptUsage.h"
-#include "PromptUsageRetaining.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 
-class PromptUsageStore : public PromptUsageRetaining {
+class PromptUsageStore {
 public:
     // Loads the records at once; a missing or unreadable file gives none.
     explicit PromptUsageStore(const QString& homeDirectory);
@@ -17,7 +17,8 @@ public:
 
     void recordSuccessfulCopy(const QString& promptID, const QDateTime& at);
     void remove(const QString& promptID);
-    void retain(const QSet<QString>& promptIDs) override;
+    // Keeps the records of these prompt ids; writes only when that changed something.
+    void retain(const QSet<QString>& promptIDs);
 
     // Decoding and encoding of the file; exposed for tests and fuzzing.
     static std::optional<QHash<QString, PromptUsageRecord>> decode(const QByteArray& json);
