@@ -12,8 +12,8 @@ inline constexpr qint64 epochOffsetSeconds = 978307200; // 2001-01-01 in Unix ti
 
 inline QDateTime fromSeconds(double seconds)
 {
-    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround((seconds + double(epochOffsetSeconds)) * 1000.0)),
-                                          Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch(
+        qint64(std::llround((seconds + double(epochOffsetSeconds)) * 1000.0)), Qt::UTC);
 }
 
 inline double toSeconds(const QDateTime& time)

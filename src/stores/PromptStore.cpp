@@ -1,10 +1,13 @@
 #include "PromptStore.h"
 
-#include "BindingReloading.h"
+#include "BackgroundPromptConfigLoader.h"
+#include "ContextBindingStore.h"
 #include "Localization.h"
 #include "Preferences.h"
+#include "ProjectConfigTrustStore.h"
+#include "ProjectPromptConfigLoader.h"
 #include "PromptConfigLoading.h"
-#include "PromptUsageRetaining.h"
+#include "PromptUsageStore.h"
 
 #include <QDir>
 #include <QFutureWatcher>
@@ -20,9 +23,22 @@ PromptStore::PromptStore(QString homeDirectory, LanguageProvider languageProvide
     : QObject(parent), m_homeDirectory(std::move(homeDirectory)),
       m_languageProvider(std::move(languageProvider)), m_userDefaults(userDefaults),
       m_configLoader(std::move(collaborators.configLoader)),
-      m_usageStore(std::move(collaborators.usageStore)), m_bindingStore(std::move(collaborators.bindingStore))
+      m_usageStore(std::move(collaborators.usageStore)),
+      m_bindingStore(std::move(collaborators.bindingStore)),
+      m_projectConfigTrustStore(std::make_unique<ProjectConfigTrustStore>(m_homeDirectory)),
+      m_projectConfigLoader(std::make_unique<ProjectPromptConfigLoader>(projectConfigParentLevels))
 {
-    Q_ASSERT(m_configLoader);
+    if (!m_configLoader)
+        m_configLoader =
+            std::make_shared<BackgroundPromptConfigLoader>(m_homeDirectory, PromptConfigLimits{});
+    if (!m_usageStore)
+        m_usageStore = std::make_shared<PromptUsageStore>(m_homeDirectory);
+    if (!m_bindingStore) {
+        ContextBindingStore::Dependencies dependencies;
+        dependencies.languageProvider = m_languageProvider;
+        m_bindingStore = std::make_shared<ContextBindingStore>(m_homeDirectory, dependencies);
+    }
+    m_projectConfigTrustStore->reload();
     m_statusMessage = text(u"status.not.loaded"_s);
     m_advancedAutomaticMatchingEnabled =
         Preferences::boolean(*m_userDefaults, QString::fromLatin1(advancedMatchingKey)).value_or(false);
@@ -124,15 +140,12 @@ void PromptStore::publish(PromptLoadResult result, quint64 generation,
         retainUsage();
     }
 
-    if (m_bindingStore) {
-        m_bindingStore->reload();
-        if (m_bindingStore->hasAgentWorkspaceBindingLoadError())
-            setStatusMessage(
-                AppLocalizationCatalog::shared().string(u"status.binding.file.unreadable"_s, language));
-    }
+    m_bindingStore->reload();
+    if (m_bindingStore->hasAgentWorkspaceBindingLoadError())
+        setStatusMessage(
+            AppLocalizationCatalog::shared().string(u"status.binding.file.unreadable"_s, language));
 
-    m_projectWorkspaceCache.clear();
-    m_projectWorkspaceMisses.clear();
+    clearProjectWorkspaces();
 
     const bool selectionSurvives =
         previousSelection &&
@@ -146,8 +159,6 @@ void PromptStore::publish(PromptLoadResult result, quint64 generation,
 
 void PromptStore::retainUsage()
 {
-    if (!m_usageStore)
-        return;
     QSet<QString> ids;
     for (const PromptItem& prompt : std::as_const(m_globalPrompts))
         ids.insert(prompt.id);
@@ -156,6 +167,8 @@ void PromptStore::retainUsage()
             ids.insert(prompt.id);
     }
     m_usageStore->retain(ids);
+    // The search copies of prompts that are gone go with them.
+    m_searchableTextCache.removeIf([&](const auto& entry) { return !ids.contains(entry.key()); });
 }
 
 QStringList PromptStore::knownWorkspacePaths() const

@@ -2,8 +2,12 @@
 // the last operation, and the collaborators that reach the disk. Main thread only.
 #pragma once
 
+#include "AgentContext.h"
+#include "AppError.h"
 #include "AppLanguage.h"
+#include "ContextMatchDetails.h"
 #include "PromptLoadResult.h"
+#include "PromptMatchingService.h"
 #include "WorkspaceSaveError.h"
 
 #include <QFuture>
@@ -12,9 +16,11 @@
 #include <functional>
 #include <memory>
 
-class BindingReloading;
+class ContextBindingStore;
+class ProjectConfigTrustStore;
+class ProjectPromptConfigLoader;
 class PromptConfigLoading;
-class PromptUsageRetaining;
+class PromptUsageStore;
 class QSettings;
 
 class PromptStore : public QObject {
@@ -30,11 +36,15 @@ public:
     static constexpr auto sortModeKey = "Velmora.promptSortMode.v1";
     static constexpr auto samplesDismissedKey = "Velmora.transientSamplesDismissed.v1";
 
+    // Absent collaborators are created over the home directory.
     struct Collaborators {
         std::shared_ptr<PromptConfigLoading> configLoader;
-        std::shared_ptr<PromptUsageRetaining> usageStore;
-        std::shared_ptr<BindingReloading> bindingStore;
+        std::shared_ptr<PromptUsageStore> usageStore;
+        std::shared_ptr<ContextBindingStore> bindingStore;
     };
+
+    // How many folders above a context's folder are searched for a project file.
+    static constexpr qint64 projectConfigParentLevels = 2;
 
     // With `loadsOnInit` the constructor ends by starting the first reload.
     PromptStore(QString homeDirectory, LanguageProvider languageProvider, QSettings* userDefaults,
@@ -75,6 +85,46 @@ public:
     AppLanguage language() const { return m_languageProvider(); }
     QString text(const QString& key) const;
 
+    const std::shared_ptr<PromptUsageStore>& usageStore() const { return m_usageStore; }
+    const std::shared_ptr<ContextBindingStore>& bindingStore() const { return m_bindingStore; }
+    const ProjectConfigTrustStore& projectConfigTrustStore() const { return *m_projectConfigTrustStore; }
+
+    // --- Bindings and project trust. Each answers whether it succeeded; statusMessage and
+    // lastErrorMessage tell the rest, and a failure changes no binding. ---
+
+    // Binds the context's agent (inferred from the application when unknown; Claude Code is stored
+    // as the terminal) to the workspace, and makes it the agent's last selection.
+    bool bindContext(const AgentContext& context, const QString& workspaceID);
+    // A binding made from an editor, with the agent's default application name and identifier.
+    bool bindAgent(AgentType agentType, const QString& workspaceID, bool isDefault);
+    // An id that no binding has still counts as removed.
+    bool deleteBinding(const QString& id);
+    // Trusts the project file's bytes as they are now; any later change withdraws the trust.
+    bool trustProjectConfig(const QString& path);
+
+    // --- Matching: which workspace a context selects, and what the panel shows for it. ---
+
+    // Built from the current state at each call; it refers to this store and must not outlive it.
+    PromptMatchingService matchingService() const;
+    // Global prompts then the workspace's, grouped by first appearance, pinned first in each group.
+    QList<PromptItem> allPrompts(const ContextMatchDetails& matchDetails) const;
+    // allPrompts in the sort mode's order, filtered by the search; the context plays no part.
+    QList<PromptItem> visiblePrompts(const AgentContext& context, const ContextMatchDetails& matchDetails,
+                                     const QString& searchText) const;
+    // The trimmed, lower-cased query as a plain substring of the title, group, text, or the tags
+    // joined with one blank. An empty query matches everything.
+    bool promptMatchesSearch(const PromptItem& prompt, const QString& query) const;
+    // The workspaces of the context's valid agent bindings, in binding order.
+    QList<PromptWorkspace> boundWorkspaces(const AgentContext& context) const;
+    // Records a choice by hand among the bound workspaces; failures are only logged.
+    void selectWorkspace(const QString& id, const AgentContext& context);
+    // The standardised path of the project file at or above the context's (existing) folder.
+    std::optional<QString> projectConfigPath(const AgentContext& context) const;
+    // The trusted project file's workspace, cached by normalised path until the next reload, workspace
+    // save or deletion, or trust. A file whose bytes aren't the trusted ones is never parsed for use.
+    std::optional<PromptWorkspace> projectWorkspace(const AgentContext& context,
+                                                    const QString& configPath) const;
+
 Q_SIGNALS:
     void globalPromptsChanged();
     void workspacesChanged();
@@ -88,6 +138,8 @@ Q_SIGNALS:
     void projectConfigsEnabledChanged();
     void sortModeChanged();
     void workspaceMetadataChanged();
+    // Something that no single field reports changed: bindings, a last selection, project trust.
+    void changed();
 
 protected:
     // Setters that notify only on a real change; the editing operations use them too.
@@ -105,13 +157,31 @@ private:
     void publish(PromptLoadResult result, quint64 generation, const std::optional<QString>& previousSelection,
                  AppLanguage language, const std::optional<QString>& preservedStatus);
     void retainUsage();
+    // Forgets loaded project files and misses, so the next match looks at the disk again.
+    void clearProjectWorkspaces();
+    // Sets lastErrorMessage to the error's description and statusMessage to the key's text; false.
+    bool reportFailure(const AppError& error, const char* statusKey);
+
+    // Lower-cased copies of a prompt's searchable fields by prompt id, with the fields they were made
+    // from: reused while those are the same strings, so a search over a large library doesn't
+    // lower-case every text again at each keystroke. Pruned to the library's prompts at each load.
+    struct SearchableText {
+        QString title, group, text;
+        QStringList tags;
+        QString foldedTitle, foldedGroup, foldedText, foldedTags;
+    };
+    const SearchableText& searchableText(const PromptItem& prompt) const;
+    bool matchesFoldedQuery(const PromptItem& prompt, const QString& foldedQuery) const;
+    static QString foldedQuery(const QString& query);
 
     QString m_homeDirectory;
     LanguageProvider m_languageProvider;
     QSettings* m_userDefaults;
     std::shared_ptr<PromptConfigLoading> m_configLoader;
-    std::shared_ptr<PromptUsageRetaining> m_usageStore;
-    std::shared_ptr<BindingReloading> m_bindingStore;
+    std::shared_ptr<PromptUsageStore> m_usageStore;
+    std::shared_ptr<ContextBindingStore> m_bindingStore;
+    std::unique_ptr<ProjectConfigTrustStore> m_projectConfigTrustStore;
+    std::unique_ptr<ProjectPromptConfigLoader> m_projectConfigLoader;
 
     QList<PromptItem> m_globalPrompts;
     QList<PromptWorkspace> m_workspaces;
@@ -126,8 +196,10 @@ private:
     PromptSortMode m_sortMode = PromptSortMode::manual;
     QHash<QString, WorkspaceFileMetadata> m_workspaceMetadata;
 
-    QHash<QString, PromptWorkspace> m_projectWorkspaceCache;
-    QSet<QString> m_projectWorkspaceMisses;
+    // Filled while matching, which is a reading operation; hence mutable.
+    mutable QHash<QString, PromptWorkspace> m_projectWorkspaceCache;
+    mutable QSet<QString> m_projectWorkspaceMisses;
+    mutable QHash<QString, SearchableText> m_searchableTextCache;
     bool m_hasSuccessfulConfigSnapshot = false;
     quint64 m_reloadGeneration = 0;
     std::optional<QFuture<void>> m_reloadTask;

@@ -126,8 +126,10 @@ private Q_SLOTS:
         QTest::newRow("an object, not an array") << QByteArray(R"({"promptID":"a"})");
         QTest::newRow("a missing key") << QByteArray(R"([{"promptID":"a","lastUsedAt":1},
             {"promptID":"b","lastUsedAt":1,"successfulCopyCount":2}])");
-        QTest::newRow("ISO text date") << QByteArray(R"([{"promptID":"a","lastUsedAt":"2026-01-01T00:00:00Z","successfulCopyCount":2}])");
-        QTest::newRow("fractional count") << QByteArray(R"([{"promptID":"a","lastUsedAt":1,"successfulCopyCount":2.5}])");
+        QTest::newRow("ISO text date") << QByteArray(
+            R"([{"promptID":"a","lastUsedAt":"2026-01-01T00:00:00Z","successfulCopyCount":2}])");
+        QTest::newRow("fractional count")
+            << QByteArray(R"([{"promptID":"a","lastUsedAt":1,"successfulCopyCount":2.5}])");
     }
 
     void undecodableFilesDropEverything()
@@ -188,8 +190,8 @@ private Q_SLOTS:
         QTest::addColumn<PromptSortMode>("mode");
         QTest::addColumn<QStringList>("expected");
         // a: 2 copies yesterday; b: 1 copy today; c, d: never; e: same as b.
-        QTest::newRow("manual keeps the input") << PromptSortMode::manual
-                                                << QStringList{u"c"_s, u"a"_s, u"b"_s, u"d"_s, u"e"_s};
+        QTest::newRow("manual keeps the input")
+            << PromptSortMode::manual << QStringList{u"c"_s, u"a"_s, u"b"_s, u"d"_s, u"e"_s};
         QTest::newRow("recent: later use first, unused keep their order, ties by position")
             << PromptSortMode::recent << QStringList{u"b"_s, u"e"_s, u"a"_s, u"c"_s, u"d"_s};
         QTest::newRow("frequent: count first, then later use")
@@ -200,9 +202,8 @@ private Q_SLOTS:
     {
         QFETCH(PromptSortMode, mode);
         QFETCH(QStringList, expected);
-        const QHash<QString, PromptUsageRecord> usage{{u"a"_s, {u"a"_s, yesterday, 2}},
-                                                      {u"b"_s, {u"b"_s, today, 1}},
-                                                      {u"e"_s, {u"e"_s, today, 1}}};
+        const QHash<QString, PromptUsageRecord> usage{
+            {u"a"_s, {u"a"_s, yesterday, 2}}, {u"b"_s, {u"b"_s, today, 1}}, {u"e"_s, {u"e"_s, today, 1}}};
         const QList<PromptItem> prompts{prompt(u"c"_s), prompt(u"a"_s), prompt(u"b"_s), prompt(u"d"_s),
                                         prompt(u"e"_s)};
         QCOMPARE(idsOf(PromptSorter::sorted(prompts, mode, usage)), expected);

@@ -1,9 +1,12 @@
-#include "FakeBindingStore.h"
+#include "ContextBindingStore.h"
 #include "FakeConfigLoader.h"
-#include "FakeUsageStore.h"
 #include "Localization.h"
 #include "PromptStore.h"
+#include "PromptUsageStore.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -83,22 +86,49 @@ QStringList idsOf(const QList<PromptItem>& prompts)
     return ids;
 }
 
+QSet<QString> usageIDs(const PromptUsageStore& usage)
+{
+    QSet<QString> ids;
+    for (auto it = usage.records().cbegin(); it != usage.records().cend(); ++it)
+        ids.insert(it.key());
+    return ids;
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
 } // namespace
 
 class TestPromptStore : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_dir;
+    std::unique_ptr<QTemporaryDir> m_home; // fresh for each test: the usage and binding files live here
     std::unique_ptr<QSettings> m_settings;
     std::shared_ptr<FakeConfigLoader> m_loader;
-    std::shared_ptr<FakeUsageStore> m_usage;
-    std::shared_ptr<FakeBindingStore> m_bindings;
+    std::shared_ptr<PromptUsageStore> m_usage;
+    std::shared_ptr<ContextBindingStore> m_bindings;
     AppLanguage m_language = AppLanguage::english;
+
+    QString usageFile() const { return m_home->filePath(u".velmora/prompt-usage.json"_s); }
+    QString bindingsFile() const { return m_home->filePath(u".velmora/agent-workspace-bindings.json"_s); }
+
+    void seedUsage(const QStringList& promptIDs)
+    {
+        for (const QString& id : promptIDs)
+            m_usage->recordSuccessfulCopy(id, QDateTime::currentDateTimeUtc());
+        QCOMPARE(usageIDs(*m_usage).size(), promptIDs.size());
+    }
 
     std::unique_ptr<PromptStore> makeStore(bool loadsOnInit = false)
     {
         return std::make_unique<PromptStore>(
-            m_dir.path(), [this] { return m_language; }, m_settings.get(),
+            m_home->path(), [this] { return m_language; }, m_settings.get(),
             PromptStore::Collaborators{m_loader, m_usage, m_bindings}, loadsOnInit);
     }
 
@@ -117,8 +147,14 @@ private Q_SLOTS:
         m_settings = std::make_unique<QSettings>(m_dir.filePath(u"settings.ini"_s), QSettings::IniFormat);
         m_settings->clear();
         m_loader = std::make_shared<FakeConfigLoader>();
-        m_usage = std::make_shared<FakeUsageStore>();
-        m_bindings = std::make_shared<FakeBindingStore>();
+        m_home = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_home->isValid());
+        m_usage = std::make_shared<PromptUsageStore>(m_home->path());
+        ContextBindingStore::Dependencies dependencies;
+        dependencies.languageProvider = [] {
+            return AppLanguage::english;
+        };
+        m_bindings = std::make_shared<ContextBindingStore>(m_home->path(), dependencies);
         m_language = AppLanguage::english;
     }
 
@@ -127,12 +163,16 @@ private Q_SLOTS:
         auto store = makeStore(true);
         QCOMPARE(store->statusMessage(), text("status.not.loaded"));
         QCOMPARE(m_loader->pending.size(), size_t(1));
+        // Written behind the binding store's back: the reload reads the bindings again.
+        writeFile(bindingsFile(), R"({"version": 3, "bindings": [{"agentType": "codex", "appName": "Codex",
+            "createdAt": "2024-05-01T09:30:00Z", "id": "B1", "isDefault": false, "workspaceID": "work"}]})");
+        QVERIFY(m_bindings->agentWorkspaceBindings().isEmpty());
         m_loader->finish(0, goodLoad());
         QTRY_COMPARE(store->statusMessage(), u"Loaded"_s);
         QCOMPARE(idsOf(store->globalPrompts()), QStringList{u"g1"_s});
         QCOMPARE(store->workspaces().size(), 2);
         QCOMPARE(store->workspaceMetadata().value(u"work"_s).fileSize, 120);
-        QCOMPARE(m_bindings->reloads, 1);
+        QCOMPARE(m_bindings->agentWorkspaceBindings().size(), 1);
         QVERIFY(!store->isReloading());
     }
 
@@ -176,30 +216,32 @@ private Q_SLOTS:
     void brokenFileOnFirstStartShowsNothing()
     {
         auto store = makeStore();
+        seedUsage({u"gone"_s});
         load(*store, *m_loader, brokenLoad());
         QVERIFY(store->globalPrompts().isEmpty());
         QVERIFY(store->workspaces().isEmpty());
         QVERIFY(store->workspaceMetadata().isEmpty());
         QCOMPARE(store->configIssues().size(), 1);
         QCOMPARE(store->statusMessage(), u"Loaded with problems"_s);
-        QCOMPARE(m_usage->writes, 0);
+        QCOMPARE(usageIDs(*m_usage), QSet<QString>{u"gone"_s}); // a load with issues prunes nothing
     }
 
     void brokenFileAfterGoodLoadKeepsThePreviousLibrary()
     {
         auto store = makeStore();
-        m_usage->recordIDs = {u"w1"_s, u"h1"_s, u"gone"_s};
+        seedUsage({u"w1"_s, u"h1"_s, u"gone"_s});
         load(*store, *m_loader, goodLoad());
-        QCOMPARE(m_usage->recordIDs, (QSet<QString>{u"w1"_s, u"h1"_s}));
-        QCOMPARE(m_usage->writes, 1);
+        QCOMPARE(usageIDs(*m_usage), (QSet<QString>{u"w1"_s, u"h1"_s}));
+        QCOMPARE(usageIDs(PromptUsageStore(m_home->path())), (QSet<QString>{u"w1"_s, u"h1"_s})); // persisted
 
+        QVERIFY(QFile::remove(usageFile())); // any further write would bring it back
         load(*store, *m_loader, brokenLoad());
         QCOMPARE(store->workspaces().size(), 2); // "home" stays although its file broke
         QCOMPARE(idsOf(store->workspaces()[1].prompts), QStringList{u"h1"_s});
         QCOMPARE(store->configIssues().size(), 1);
         QCOMPARE(store->statusMessage(), text("status.config.preserved.previous"));
-        QVERIFY(m_usage->recordIDs.contains(u"h1"_s)); // usage of the broken file's prompts survives
-        QCOMPARE(m_usage->writes, 1);
+        QVERIFY(usageIDs(*m_usage).contains(u"h1"_s)); // usage of the broken file's prompts survives
+        QVERIFY(!QFile::exists(usageFile()));
 
         load(*store, *m_loader, goodLoad(u"Fixed"_s));
         QVERIFY(store->configIssues().isEmpty());
@@ -209,11 +251,12 @@ private Q_SLOTS:
     void usageOfPromptsNoLongerLoadedIsDropped()
     {
         auto store = makeStore();
-        m_usage->recordIDs = {u"w1"_s, u"project-only"_s};
+        seedUsage({u"w1"_s, u"project-only"_s});
         load(*store, *m_loader, goodLoad());
-        QCOMPARE(m_usage->recordIDs, QSet<QString>{u"w1"_s});
+        QCOMPARE(usageIDs(*m_usage), QSet<QString>{u"w1"_s});
+        QVERIFY(QFile::remove(usageFile()));
         load(*store, *m_loader, goodLoad()); // nothing changes: no write
-        QCOMPARE(m_usage->writes, 1);
+        QVERIFY(!QFile::exists(usageFile()));
     }
 
     void statusPrecedence_data()
@@ -242,9 +285,47 @@ private Q_SLOTS:
         auto store = makeStore();
         if (brokenAfterGood)
             load(*store, *m_loader, goodLoad());
-        m_bindings->unreadable = bindingsUnreadable;
+        if (bindingsUnreadable)
+            writeFile(bindingsFile(), "{\"version\": 3, \"bindings\": [");
         load(*store, *m_loader, brokenAfterGood ? brokenLoad() : goodLoad(), preserved);
         QCOMPARE(store->statusMessage(), expected);
+    }
+
+    void unreadableBindingsFileThroughTheRealBindingStore()
+    {
+        QTemporaryDir home;
+        const QString bindingsFile = home.filePath(u".velmora/agent-workspace-bindings.json"_s);
+        const QByteArray truncated = "{\"version\": 3, \"bindings\": [{\"id\": \"A\"";
+        QVERIFY(QDir().mkpath(home.filePath(u".velmora"_s)));
+        {
+            QFile file(bindingsFile);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(truncated);
+        }
+        ContextBindingStore::Dependencies dependencies;
+        dependencies.languageProvider = [] {
+            return AppLanguage::english;
+        };
+        auto bindings = std::make_shared<ContextBindingStore>(home.path(), dependencies);
+        PromptStore store(
+            home.path(), [this] { return m_language; }, m_settings.get(),
+            PromptStore::Collaborators{m_loader, m_usage, bindings}, false);
+
+        load(store, *m_loader, goodLoad());
+        QCOMPARE(store.statusMessage(), text("status.binding.file.unreadable"));
+        QVERIFY(bindings->agentWorkspaceBindings().isEmpty());
+        QFile file(bindingsFile);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), truncated); // never overwritten
+        file.close();
+
+        // Repaired behind the program's back: the next reload reads it again.
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("{\"version\": 3}");
+        file.close();
+        load(store, *m_loader, goodLoad());
+        QCOMPARE(store.statusMessage(), u"Loaded"_s);
+        QVERIFY(!bindings->hasAgentWorkspaceBindingLoadError());
     }
 
     void samples_data()
@@ -412,7 +493,7 @@ private Q_SLOTS:
             ids.append(w.id);
         QCOMPARE(ids, (QStringList{u"__velmora_global__"_s, u"work"_s, u"home"_s, u"extra"_s}));
         QCOMPARE(list[0].source, PromptWorkspaceSource::global);
-        QCOMPARE(list[0].fileURL, std::optional<QString>(m_dir.filePath(u".velmora/global.yaml"_s)));
+        QCOMPARE(list[0].fileURL, std::optional<QString>(m_home->filePath(u".velmora/global.yaml"_s)));
         QCOMPARE(list[0].name, text("sample.global.prompts"));
         QCOMPARE(list[1].source, PromptWorkspaceSource::userWorkspace); // the user's copy wins
 
