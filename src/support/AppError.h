@@ -6,10 +6,10 @@
 #include <utility>
 
 struct AppError {
-    QString typeName;    // the kind of error, e.g. "POSIXError"; reaches the log
-    QString domain;      // the family of codes, e.g. "NSPOSIXErrorDomain"; reaches the log
-    qint64 code = 0;     // reaches the log
-    QString description; // localised text for the user; never logged
+    QString typeName;     // the kind of error, e.g. "POSIXError"; reaches the log
+    QString domain;       // the family of codes, e.g. "NSPOSIXErrorDomain"; reaches the log
+    qint64 code = 0;      // reaches the log
+    QString description;  // localised text for the user; never logged
     QString subject = {}; // the path or id the error concerns, for callers that act on it; never logged
 
     bool operator==(const AppError&) const = default;
