@@ -28,6 +28,7 @@ private:
     VelmoraRuntime& m_runtime;
     QMenu* m_menu = nullptr;
     QAction* m_reloadAction = nullptr;
+    QAction* m_checkUpdatesAction = nullptr;
     QAction* m_quitAction = nullptr;
     QSystemTrayIcon* m_trayIcon = nullptr;
 };

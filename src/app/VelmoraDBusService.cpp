@@ -1,5 +1,6 @@
 #include "VelmoraDBusService.h"
 
+#include "ContextDetector.h"
 #include "PromptStore.h"
 #include "VelmoraRuntime.h"
 
@@ -43,4 +44,5 @@ bool VelmoraDBusService::registerOnSessionBus()
 void VelmoraDBusService::Reload()
 {
     m_runtime.promptStore().reload();
+    m_runtime.contextDetector().refresh(true);
 }

@@ -2,17 +2,35 @@
 
 #include "AppLanguageStore.h"
 #include "AppNotifications.h"
+#include "AppUpdateController.h"
 #include "BackgroundPromptConfigLoader.h"
+#include "ClipboardService.h"
+#include "ContextDetector.h"
+#include "FreedesktopNotificationService.h"
+#include "HotKeyService.h"
+#include "LaunchAtLoginController.h"
+#include "NetworkUpdateChecker.h"
+#include "PromptActionService.h"
 #include "PromptStore.h"
+#include "ShortcutSettingsStore.h"
+#include "SystemLaunchAtLoginService.h"
+#include "UpdateCheckDialog.h"
+#include "UpdateFeedClient.h"
+#include "X11FrontmostApplicationProvider.h"
+#include "X11HotKeyRegistrar.h"
+#include "X11WindowTitleReader.h"
 
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDesktopServices>
 #include <QSettings>
 
 VelmoraRuntime::VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSettings> defaults,
                                QObject* parent)
-    : QObject(parent), m_defaults(std::move(defaults)), m_notifications(new AppNotifications(this))
+    : QObject(parent), m_defaults(std::move(defaults)), m_notifications(std::make_unique<AppNotifications>())
 {
-    m_languageStore = new AppLanguageStore(m_defaults.get(), systemPreferredLanguages, this);
-    const auto languageProvider = [languages = m_languageStore] {
+    m_languageStore = std::make_unique<AppLanguageStore>(m_defaults.get(), systemPreferredLanguages);
+    const auto languageProvider = [languages = m_languageStore.get()] {
         return languages->effectiveLanguage();
     };
 
@@ -21,7 +39,53 @@ VelmoraRuntime::VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSe
     collaborators.configLoader =
         std::make_shared<BackgroundPromptConfigLoader>(homeDirectory, PromptConfigLimits{});
     m_promptStore =
-        new PromptStore(homeDirectory, languageProvider, m_defaults.get(), collaborators, true, this);
+        std::make_unique<PromptStore>(homeDirectory, languageProvider, m_defaults.get(), collaborators, true);
+
+    // Detection runs before the application has finished launching.
+    m_frontmostProvider = std::make_unique<X11FrontmostApplicationProvider>();
+    m_windowTitleReader = std::make_unique<X11WindowTitleReader>(*m_frontmostProvider);
+    ContextDetector::Configuration detection;
+    detection.frontmostApplicationProvider = m_frontmostProvider.get();
+    detection.windowTitleReader = m_windowTitleReader.get();
+    detection.knownWorkspacePathsProvider = [store = m_promptStore.get()] {
+        return store->knownWorkspacePaths();
+    };
+    detection.automaticMatchingEnabledProvider = [store = m_promptStore.get()] {
+        return store->advancedAutomaticMatchingEnabled();
+    };
+    m_contextDetector = std::make_unique<ContextDetector>(detection);
+    m_contextDetector->start();
+
+    m_shortcutStore = std::make_unique<ShortcutSettingsStore>(m_defaults.get(), languageProvider);
+    m_hotKeyRegistrar = std::make_unique<X11HotKeyRegistrar>();
+    m_hotKeyService = std::make_unique<HotKeyService>(m_hotKeyRegistrar.get(), true);
+    m_promptActionService = std::make_unique<PromptActionService>(std::make_shared<ClipboardService>());
+
+    const auto openUrl = [](const QUrl& url) {
+        QDesktopServices::openUrl(url);
+    };
+    m_launchAtLoginController =
+        std::make_unique<LaunchAtLoginController>(std::make_shared<SystemLaunchAtLoginService>(
+            SystemLaunchAtLoginService::standardLocations(), openUrl));
+
+    m_updateNotifier =
+        std::make_unique<FreedesktopNotificationService>(QDBusConnection::sessionBus(), openUrl);
+    m_updatePresenter = std::make_unique<UpdateCheckDialogPresenter>(languageProvider);
+    m_appUpdateController = std::make_unique<AppUpdateController>(
+        UpdateBundleValues::compiledIn(),
+        [this, languageProvider](const QUrl& feedURL, const QByteArray& publicKey) {
+            UpdateFeedClient::Configuration configuration;
+            configuration.feedURL = feedURL;
+            configuration.publicKey = publicKey;
+            configuration.currentVersion = QCoreApplication::applicationVersion();
+            NetworkUpdateChecker::Collaborators collaborators;
+            collaborators.defaults = m_defaults.get();
+            collaborators.presenter = m_updatePresenter.get();
+            collaborators.notifier = m_updateNotifier.get();
+            collaborators.languageProvider = languageProvider;
+            return std::make_unique<NetworkUpdateChecker>(configuration, collaborators);
+        },
+        openUrl);
 }
 
 VelmoraRuntime::~VelmoraRuntime() = default;

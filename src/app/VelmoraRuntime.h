@@ -8,8 +8,20 @@
 
 class AppLanguageStore;
 class AppNotifications;
+class AppUpdateController;
+class ClipboardService;
+class ContextDetector;
+class FreedesktopNotificationService;
+class HotKeyService;
+class LaunchAtLoginController;
+class PromptActionService;
 class PromptStore;
 class QSettings;
+class ShortcutSettingsStore;
+class UpdateCheckDialogPresenter;
+class X11FrontmostApplicationProvider;
+class X11HotKeyRegistrar;
+class X11WindowTitleReader;
 
 class VelmoraRuntime : public QObject {
     Q_OBJECT
@@ -20,14 +32,33 @@ public:
                    QObject* parent = nullptr);
     ~VelmoraRuntime() override;
 
+    QSettings& defaults() const { return *m_defaults; }
+    AppNotifications& notifications() const { return *m_notifications; }
     AppLanguageStore& languageStore() const { return *m_languageStore; }
     PromptStore& promptStore() const { return *m_promptStore; }
-    AppNotifications& notifications() const { return *m_notifications; }
-    QSettings& defaults() const { return *m_defaults; }
+    ContextDetector& contextDetector() const { return *m_contextDetector; }
+    ShortcutSettingsStore& shortcutStore() const { return *m_shortcutStore; }
+    HotKeyService& hotKeyService() const { return *m_hotKeyService; }
+    X11HotKeyRegistrar& hotKeyRegistrar() const { return *m_hotKeyRegistrar; }
+    PromptActionService& promptActionService() const { return *m_promptActionService; }
+    LaunchAtLoginController& launchAtLoginController() const { return *m_launchAtLoginController; }
+    AppUpdateController& appUpdateController() const { return *m_appUpdateController; }
 
 private:
+    // Members are destroyed in reverse: each outlives what was built after it and may use it.
     std::unique_ptr<QSettings> m_defaults;
-    AppNotifications* m_notifications;
-    AppLanguageStore* m_languageStore;
-    PromptStore* m_promptStore;
+    std::unique_ptr<AppNotifications> m_notifications;
+    std::unique_ptr<AppLanguageStore> m_languageStore;
+    std::unique_ptr<PromptStore> m_promptStore;
+    std::unique_ptr<X11FrontmostApplicationProvider> m_frontmostProvider;
+    std::unique_ptr<X11WindowTitleReader> m_windowTitleReader;
+    std::unique_ptr<ContextDetector> m_contextDetector;
+    std::unique_ptr<ShortcutSettingsStore> m_shortcutStore;
+    std::unique_ptr<X11HotKeyRegistrar> m_hotKeyRegistrar;
+    std::unique_ptr<HotKeyService> m_hotKeyService;
+    std::unique_ptr<PromptActionService> m_promptActionService;
+    std::unique_ptr<LaunchAtLoginController> m_launchAtLoginController;
+    std::unique_ptr<FreedesktopNotificationService> m_updateNotifier;
+    std::unique_ptr<UpdateCheckDialogPresenter> m_updatePresenter;
+    std::unique_ptr<AppUpdateController> m_appUpdateController;
 };
