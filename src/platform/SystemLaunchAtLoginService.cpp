@@ -1,4 +1,5 @@
 #include "SystemLaunchAtLoginService.h"
+#include "DesktopEntryFormat.h"
 
 #include "AppLanguage.h"
 
@@ -78,38 +79,10 @@ std::optional<QHash<QString, QString>> parseDesktopEntry(const QByteArray& bytes
     return entry;
 }
 
-// Undoes the escapes of a string value: \s \n \t \r \\.
-QString unescapeValue(const QString& value)
-{
-    QString result;
-    result.reserve(value.size());
-    for (qsizetype i = 0; i < value.size(); ++i) {
-        const QChar c = value.at(i);
-        if (c != u'\\' || i + 1 == value.size()) {
-            result.append(c);
-            continue;
-        }
-        const QChar next = value.at(++i);
-        if (next == u's')
-            result.append(u' ');
-        else if (next == u'n')
-            result.append(u'\n');
-        else if (next == u't')
-            result.append(u'\t');
-        else if (next == u'r')
-            result.append(u'\r');
-        else if (next == u'\\')
-            result.append(u'\\');
-        else
-            result.append(c).append(next);
-    }
-    return result;
-}
-
 // The program of an Exec value (its first argument), with the Exec quoting undone.
 std::optional<QString> execProgram(const QString& execValue)
 {
-    const QString exec = unescapeValue(execValue);
+    const QString exec = DesktopEntryFormat::unescapedValue(execValue);
     QString program;
     bool inQuotes = false;
     bool started = false;
@@ -300,7 +273,8 @@ int SystemLaunchAtLoginService::statusRawValue() const
     if (isTrue(entry->value(u"Hidden"_s)) || isFalse(entry->value(u"X-GNOME-Autostart-enabled"_s)))
         return notRegisteredRawValue;
 
-    if (entry->contains(u"TryExec"_s) && !programExists(unescapeValue(entry->value(u"TryExec"_s))))
+    if (entry->contains(u"TryExec"_s) &&
+        !programExists(DesktopEntryFormat::unescapedValue(entry->value(u"TryExec"_s))))
         return notFoundRawValue;
     const std::optional<QString> program = execProgram(entry->value(u"Exec"_s));
     if (!program || !programExists(*program))

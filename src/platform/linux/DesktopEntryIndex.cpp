@@ -1,4 +1,5 @@
 #include "DesktopEntryIndex.h"
+#include "DesktopEntryFormat.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -10,34 +11,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// The value escapes of the desktop entry format; any other backslash is left for the Exec quoting rules.
-QString unescapedValue(const QString& value)
-{
-    QString result;
-    result.reserve(value.size());
-    for (qsizetype index = 0; index < value.size(); ++index) {
-        const QChar character = value.at(index);
-        if (character != u'\\' || index + 1 == value.size()) {
-            result.append(character);
-            continue;
-        }
-        const QChar next = value.at(++index);
-        if (next == u's')
-            result.append(u' ');
-        else if (next == u'n')
-            result.append(u'\n');
-        else if (next == u't')
-            result.append(u'\t');
-        else if (next == u'r')
-            result.append(u'\r');
-        else if (next == u'\\')
-            result.append(next);
-        else
-            result.append(character).append(next);
-    }
-    return result;
-}
 
 // Splits an Exec value into arguments: blanks separate, double quotes group, and inside quotes a
 // backslash protects the next character.
@@ -144,7 +117,7 @@ std::optional<DesktopEntry> DesktopEntryIndex::parse(const QString& id, const QB
         const QString key = line.left(equals).trimmed();
         // Translated keys ("Name[de]") are skipped: the plain Name is what the classifier knows.
         if (!values.contains(key))
-            values.insert(key, unescapedValue(line.mid(equals + 1).trimmed()));
+            values.insert(key, DesktopEntryFormat::unescapedValue(line.mid(equals + 1).trimmed()));
     }
     if (values.value(u"Type"_s) != u"Application" || values.value(u"Hidden"_s) == u"true")
         return std::nullopt;
