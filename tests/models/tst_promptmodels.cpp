@@ -17,12 +17,12 @@ PromptItem prompt(const QString& id, const QString& group, bool pinned = false)
 }
 
 // "a:G", "b:G*" (pinned) ... -> prompts
-PromptWorkspace workspaceOf(const QStringList& specs)
+PromptWorkspace workspaceOf(const QStringList& entries)
 {
     PromptWorkspace workspace;
     workspace.id = u"w"_s;
-    for (const QString& spec : specs) {
-        const QStringList parts = spec.split(u':');
+    for (const QString& entry : entries) {
+        const QStringList parts = entry.split(u':');
         const bool pinned = parts[1].endsWith(u'*');
         workspace.prompts.append(prompt(parts[0], pinned ? parts[1].chopped(1) : parts[1], pinned));
     }
@@ -108,8 +108,8 @@ private Q_SLOTS:
         QCOMPARE(workspace.canMovePrompt(moved, direction), canMove);
         QCOMPARE(workspace.movePrompt(moved, direction), canMove);
         QStringList expectedIDs;
-        for (const QString& spec : after)
-            expectedIDs.append(spec.section(u':', 0, 0));
+        for (const QString& entry : after)
+            expectedIDs.append(entry.section(u':', 0, 0));
         QCOMPARE(idsOf(workspace), expectedIDs);
     }
 
