@@ -1,4 +1,5 @@
 #include "AgentContext.h"
+#include "RawValues.h"
 
 #include "CharacterClasses.h"
 
@@ -34,11 +35,7 @@ QString toRawValue(ContextDetectionSource source)
 
 std::optional<ContextDetectionSource> contextDetectionSourceFromRawValue(const QString& raw)
 {
-    for (ContextDetectionSource source : allContextDetectionSources) {
-        if (toRawValue(source) == raw)
-            return source;
-    }
-    return std::nullopt;
+    return enumFromRawValue<ContextDetectionSource>(allContextDetectionSources, raw);
 }
 
 QString displayName(ContextDetectionSource source, AppLanguage language)

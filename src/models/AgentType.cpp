@@ -1,4 +1,5 @@
 #include "AgentType.h"
+#include "RawValues.h"
 
 #include "CharacterClasses.h"
 
@@ -307,11 +308,7 @@ QString toRawValue(AgentType agent)
 
 std::optional<AgentType> agentTypeFromRawValue(const QString& raw)
 {
-    for (AgentType agent : allAgentTypes) {
-        if (toRawValue(agent) == raw)
-            return agent;
-    }
-    return std::nullopt;
+    return enumFromRawValue<AgentType>(allAgentTypes, raw);
 }
 
 QString displayName(AgentType agent, AppLanguage /*language*/)

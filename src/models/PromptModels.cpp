@@ -1,6 +1,7 @@
 #include "PromptModels.h"
 
 #include "PromptConfigIssue.h"
+#include "RawValues.h"
 
 #include <QFileInfo>
 
@@ -25,12 +26,9 @@ QString toRawValue(PromptWorkspaceSource source)
 
 std::optional<PromptWorkspaceSource> promptWorkspaceSourceFromRawValue(const QString& raw)
 {
-    for (auto source : {PromptWorkspaceSource::global, PromptWorkspaceSource::userWorkspace,
-                        PromptWorkspaceSource::projectConfig, PromptWorkspaceSource::transientSample}) {
-        if (toRawValue(source) == raw)
-            return source;
-    }
-    return std::nullopt;
+    return enumFromRawValue({PromptWorkspaceSource::global, PromptWorkspaceSource::userWorkspace,
+                             PromptWorkspaceSource::projectConfig, PromptWorkspaceSource::transientSample},
+                            raw);
 }
 
 QString displayName(PromptWorkspaceSource source, AppLanguage language)
@@ -175,11 +173,7 @@ QString toRawValue(PromptSortMode mode)
 
 std::optional<PromptSortMode> promptSortModeFromRawValue(const QString& raw)
 {
-    for (auto mode : {PromptSortMode::manual, PromptSortMode::recent, PromptSortMode::frequent}) {
-        if (toRawValue(mode) == raw)
-            return mode;
-    }
-    return std::nullopt;
+    return enumFromRawValue({PromptSortMode::manual, PromptSortMode::recent, PromptSortMode::frequent}, raw);
 }
 
 QString toRawValue(PromptConfigSourceKind kind)
@@ -211,10 +205,7 @@ QString toRawValue(PromptConfigRecoveryAction action)
 
 std::optional<PromptConfigRecoveryAction> promptConfigRecoveryActionFromRawValue(const QString& raw)
 {
-    for (auto action : {PromptConfigRecoveryAction::reload, PromptConfigRecoveryAction::showInFinder,
-                        PromptConfigRecoveryAction::openWorkspaceManager}) {
-        if (toRawValue(action) == raw)
-            return action;
-    }
-    return std::nullopt;
+    return enumFromRawValue({PromptConfigRecoveryAction::reload, PromptConfigRecoveryAction::showInFinder,
+                             PromptConfigRecoveryAction::openWorkspaceManager},
+                            raw);
 }

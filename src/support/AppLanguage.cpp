@@ -1,4 +1,5 @@
 #include "AppLanguage.h"
+#include "RawValues.h"
 
 #include "Localization.h"
 #include "Preferences.h"
@@ -23,11 +24,7 @@ QString toRawValue(AppLanguage language)
 
 std::optional<AppLanguage> appLanguageFromRawValue(const QString& raw)
 {
-    for (AppLanguage language : allAppLanguages) {
-        if (toRawValue(language) == raw)
-            return language;
-    }
-    return std::nullopt;
+    return enumFromRawValue<AppLanguage>(allAppLanguages, raw);
 }
 
 AppLanguage systemResolved(const QStringList& preferredLanguages)
