@@ -1,8 +1,8 @@
 #include "ProjectConfigTrustStore.h"
 
+#include "ContentDigest.h"
 #include "SecureFileWriter.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -50,7 +50,7 @@ QString ProjectConfigTrustStore::normalizedPath(const QString& path)
 
 QString ProjectConfigTrustStore::sha256Hex(const QByteArray& bytes)
 {
-    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex());
+    return ContentDigest::sha256Hex(bytes);
 }
 
 void ProjectConfigTrustStore::reload()

@@ -3,18 +3,23 @@
 
 #include "PromptConfigLoader.h"
 
+#include "ContentDigest.h"
 #include "Localization.h"
 #include "Preferences.h"
 #include "PromptConfigIssue.h"
 
-#include <QCryptographicHash>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSettings>
 #include <QStringDecoder>
+#include <QThread>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -22,6 +27,17 @@ struct PromptConfigLoader::LoadState {
     qint64 aggregateBytes = 0;
     QList<PromptConfigIssue> issues;
     QHash<QString, WorkspaceFileMetadata> metadata;
+};
+
+struct PromptConfigLoader::ConfigFile {
+    QString path;
+    QString fallbackName;
+    SourceKind sourceKind = SourceKind::workspace;
+    qint64 size = 0;
+    QDateTime modified;
+    std::optional<PromptConfigIssueKind> failure;
+    std::optional<PromptWorkspace> workspace;
+    QStringList warnings;
 };
 
 namespace {
@@ -53,6 +69,22 @@ std::optional<QString> decodeUTF8(const QByteArray& bytes)
     if (decoder.hasError())
         return std::nullopt;
     return text;
+}
+
+// Runs work(0) ... work(count - 1) on this thread and up to one more per core; returns when all
+// have run. The load is already off the main thread; its files are independent of one another.
+void forEachInParallel(qsizetype count, const std::function<void(qsizetype)>& work)
+{
+    std::atomic<qsizetype> next = 0;
+    const auto drain = [&] {
+        for (qsizetype index = next++; index < count; index = next++)
+            work(index);
+    };
+    const qsizetype helpers = std::min<qsizetype>(std::max(QThread::idealThreadCount(), 1), count) - 1;
+    std::vector<std::jthread> threads;
+    for (qsizetype helper = 0; helper < helpers; ++helper)
+        threads.emplace_back(drain);
+    drain();
 }
 
 QString issueKey(PromptConfigIssueKind kind)
@@ -104,23 +136,14 @@ PromptLoadResult PromptConfigLoader::loadAllConfigs()
 {
     m_warnings.clear();
     LoadState state;
-    bool hasConfigFile = false;
-    QStringList loadedPaths;
-    QList<PromptItem> globalPrompts;
-    QList<PromptWorkspace> workspaces;
+    QList<ConfigFile> files;
 
     const QDir base(QDir(m_homeDirectory).filePath(QString::fromLatin1(baseFolderName)));
     const QString globalPath = base.filePath(QString::fromLatin1(globalFileName));
     const QFileInfo globalInfo(globalPath);
     // Any kind of entry counts, a dangling link included: its issue tells the user what is wrong.
-    if (globalInfo.exists() || globalInfo.isSymLink()) {
-        hasConfigFile = true;
-        if (auto global =
-                readConfigFile(globalPath, text("sample.global.prompts"), SourceKind::global, state)) {
-            globalPrompts = std::move(global->prompts);
-            loadedPaths.append(globalPath);
-        }
-    }
+    if (globalInfo.exists() || globalInfo.isSymLink())
+        files.append(admitConfigFile(globalPath, text("sample.global.prompts"), SourceKind::global, state));
 
     // A missing or unlistable folder is an empty one. Hidden entries are never read.
     const QDir workspacesFolder(base.filePath(QString::fromLatin1(workspacesFolderName)));
@@ -134,12 +157,37 @@ PromptLoadResult PromptConfigLoader::loadAllConfigs()
     for (const QString& path : std::as_const(paths)) {
         const QFileInfo entry(path);
         const QString extension = entry.suffix().toLower();
-        if (extension != u"yaml" && extension != u"yml")
+        if (extension == u"yaml" || extension == u"yml")
+            files.append(admitConfigFile(path, entry.completeBaseName(), SourceKind::workspace, state));
+    }
+
+    const AppLanguage language = m_languageProvider();
+    forEachInParallel(files.size(), [&](qsizetype index) {
+        if (!files[index].failure)
+            readConfigFile(files[index], m_limits.perFileBytes, language);
+    });
+
+    // Issues, warnings and metadata in load order, whichever thread read the file.
+    int loadedCount = 0;
+    QList<PromptItem> globalPrompts;
+    QList<PromptWorkspace> workspaces;
+    for (ConfigFile& file : files) {
+        if (file.failure) {
+            state.issues.append(issue(file));
             continue;
-        hasConfigFile = true;
-        if (auto workspace = readConfigFile(path, entry.completeBaseName(), SourceKind::workspace, state)) {
-            workspaces.append(std::move(*workspace));
-            loadedPaths.append(path);
+        }
+        ++loadedCount;
+        m_warnings.append(file.warnings);
+        WorkspaceFileMetadata metadata;
+        if (file.modified.isValid())
+            metadata.modificationDate = file.modified.toUTC();
+        metadata.fileSize = file.size;
+        if (file.sourceKind == SourceKind::global) {
+            state.metadata.insert(QString::fromLatin1(globalWorkspaceID), metadata);
+            globalPrompts = std::move(file.workspace->prompts);
+        } else {
+            state.metadata.insert(file.workspace->id, metadata);
+            workspaces.append(std::move(*file.workspace));
         }
     }
 
@@ -149,16 +197,16 @@ PromptLoadResult PromptConfigLoader::loadAllConfigs()
         result.globalPrompts = std::move(globalPrompts);
         result.workspaces = std::move(workspaces);
         result.statusMessage =
-            text("status.loaded.configs").arg(QString::number(loadedPaths.size()), warningSuffix());
+            text("status.loaded.configs").arg(QString::number(loadedCount), warningSuffix());
         result.configIssues = std::move(state.issues);
         result.workspaceMetadata = std::move(state.metadata);
-    } else if (hasConfigFile) {
+    } else if (!files.isEmpty()) {
         result.statusMessage = text("status.config.no.prompts").arg(warningSuffix());
         result.configIssues = std::move(state.issues);
     } else if (samplesDismissed()) {
         result.statusMessage = text("status.config.samples.hidden");
     } else {
-        SampleData samples = sampleData(m_languageProvider());
+        SampleData samples = sampleData(language);
         result.globalPrompts = std::move(samples.globalPrompts);
         result.workspaces = std::move(samples.workspaces);
         result.statusMessage = text("status.config.missing.samples");
@@ -183,69 +231,74 @@ bool PromptConfigLoader::samplesDismissed() const
     return Preferences::boolean(*m_userDefaults, QString::fromLatin1(samplesDismissedKey)).value_or(false);
 }
 
-std::optional<PromptWorkspace> PromptConfigLoader::readConfigFile(const QString& path,
-                                                                  const QString& fallbackName,
-                                                                  SourceKind sourceKind, LoadState& state)
+PromptConfigLoader::ConfigFile PromptConfigLoader::admitConfigFile(const QString& path,
+                                                                   const QString& fallbackName,
+                                                                   SourceKind sourceKind,
+                                                                   LoadState& state) const
 {
-    const QString fileName = QFileInfo(path).fileName();
-    const auto fail = [&](PromptConfigIssueKind kind) -> std::optional<PromptWorkspace> {
-        const QString key = issueKey(kind);
-        PromptConfigIssue issue;
-        issue.sourceKind = sourceKind == SourceKind::global ? PromptConfigSourceKind::global
-                                                            : PromptConfigSourceKind::workspace;
-        issue.id = toRawValue(issue.sourceKind) + u':' + fileName + u':' + key;
-        issue.displayName = fileName;
-        issue.kind = kind;
-        issue.message = AppLocalizationCatalog::shared().string(key, m_languageProvider());
-        issue.fileURL = path;
-        issue.recoveryActions = {PromptConfigRecoveryAction::reload, PromptConfigRecoveryAction::showInFinder,
-                                 PromptConfigRecoveryAction::openWorkspaceManager};
-        state.issues.append(issue);
-        return std::nullopt;
-    };
-
+    ConfigFile file;
+    file.path = path;
+    file.fallbackName = fallbackName;
+    file.sourceKind = sourceKind;
     // The entry's own attributes: a symbolic link is no regular file, whatever it points to.
     const QFileInfo info(path); // a fresh object: one read of the attributes, then cached
-    if (!info.exists() && !info.isSymLink())
-        return fail(PromptConfigIssueKind::unreadable);
-    if (info.isSymLink() || !info.isFile())
-        return fail(PromptConfigIssueKind::unreadable);
-    const qint64 size = info.size();
-    const QDateTime modified = info.lastModified();
-    if (size < 0)
-        return fail(PromptConfigIssueKind::unreadable);
-    if (size > m_limits.perFileBytes)
-        return fail(PromptConfigIssueKind::perFileLimitExceeded);
-    if (m_limits.aggregateBytes - size < state.aggregateBytes)
-        return fail(PromptConfigIssueKind::aggregateLimitExceeded);
-    // Counted from here on, also if the file fails later.
-    state.aggregateBytes += size;
+    if (info.isSymLink() || !info.isFile() || info.size() < 0) {
+        file.failure = PromptConfigIssueKind::unreadable;
+        return file;
+    }
+    file.size = info.size();
+    file.modified = info.lastModified();
+    if (file.size > m_limits.perFileBytes)
+        file.failure = PromptConfigIssueKind::perFileLimitExceeded;
+    else if (m_limits.aggregateBytes - file.size < state.aggregateBytes)
+        file.failure = PromptConfigIssueKind::aggregateLimitExceeded;
+    else // counted from here on, also if the file fails later
+        state.aggregateBytes += file.size;
+    return file;
+}
 
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(PromptConfigIssueKind::unreadable);
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return fail(PromptConfigIssueKind::unreadable);
+void PromptConfigLoader::readConfigFile(ConfigFile& file, qint64 perFileLimit, AppLanguage language)
+{
+    QFile device(file.path);
+    if (!device.open(QIODevice::ReadOnly)) {
+        file.failure = PromptConfigIssueKind::unreadable;
+        return;
+    }
+    const QByteArray bytes = device.readAll();
+    if (device.error() != QFileDevice::NoError)
+        file.failure = PromptConfigIssueKind::unreadable;
     // The file grew past the limit between the size read and the content read.
-    if (bytes.size() > m_limits.perFileBytes)
-        return fail(PromptConfigIssueKind::perFileLimitExceeded);
+    else if (bytes.size() > perFileLimit)
+        file.failure = PromptConfigIssueKind::perFileLimitExceeded;
+    if (file.failure)
+        return;
 
     const std::optional<QString> text = decodeUTF8(bytes);
     if (!text)
-        return fail(PromptConfigIssueKind::invalidUTF8);
-    if (!hasValidConfigStructure(*text))
-        return fail(PromptConfigIssueKind::invalidFormat);
+        file.failure = PromptConfigIssueKind::invalidUTF8;
+    else if (!hasValidConfigStructure(*text))
+        file.failure = PromptConfigIssueKind::invalidFormat;
+    if (file.failure)
+        return;
+    file.workspace = buildWorkspace(*text, bytes, file.path, file.fallbackName, language, &file.warnings);
+    file.workspace->id = QFileInfo(file.path).completeBaseName();
+}
 
-    PromptWorkspace workspace = buildWorkspace(*text, bytes, path, fallbackName);
-    workspace.id = QFileInfo(path).completeBaseName();
-    WorkspaceFileMetadata metadata;
-    if (modified.isValid())
-        metadata.modificationDate = modified.toUTC();
-    metadata.fileSize = size;
-    state.metadata.insert(
-        sourceKind == SourceKind::global ? QString::fromLatin1(globalWorkspaceID) : workspace.id, metadata);
-    return workspace;
+PromptConfigIssue PromptConfigLoader::issue(const ConfigFile& file) const
+{
+    const QString key = issueKey(*file.failure);
+    const QString fileName = QFileInfo(file.path).fileName();
+    PromptConfigIssue issue;
+    issue.sourceKind = file.sourceKind == SourceKind::global ? PromptConfigSourceKind::global
+                                                             : PromptConfigSourceKind::workspace;
+    issue.id = toRawValue(issue.sourceKind) + u':' + fileName + u':' + key;
+    issue.displayName = fileName;
+    issue.kind = *file.failure;
+    issue.message = AppLocalizationCatalog::shared().string(key, m_languageProvider());
+    issue.fileURL = file.path;
+    issue.recoveryActions = {PromptConfigRecoveryAction::reload, PromptConfigRecoveryAction::showInFinder,
+                             PromptConfigRecoveryAction::openWorkspaceManager};
+    return issue;
 }
 
 std::optional<PromptWorkspace> PromptConfigLoader::parse(const QString& path, const QString& fallbackName)
@@ -267,7 +320,8 @@ std::optional<PromptWorkspace> PromptConfigLoader::parse(const QString& path, co
     const std::optional<QString> text = decodeUTF8(bytes);
     if (!text)
         return fail();
-    PromptWorkspace workspace = buildWorkspace(*text, bytes, path, fallbackName);
+    PromptWorkspace workspace =
+        buildWorkspace(*text, bytes, path, fallbackName, m_languageProvider(), &m_warnings);
     workspace.id = info.completeBaseName();
     return workspace;
 }
@@ -277,7 +331,7 @@ WorkspaceFileVersion PromptConfigLoader::fileVersion(const QByteArray& bytes, co
     const QString absolute = QDir::isAbsolutePath(path) ? path : QDir::current().absoluteFilePath(path);
     return WorkspaceFileVersion{
         QDir::cleanPath(absolute),
-        QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex())};
+        ContentDigest::sha256Hex(bytes)};
 }
 
 PromptConfigLoader::SampleData PromptConfigLoader::sampleData(AppLanguage language)

@@ -101,15 +101,21 @@ public:
 
 private:
     struct LoadState;
+    struct ConfigFile;
     enum class SourceKind { global, workspace };
 
     QString text(const char* key) const;
     // Empty without warnings, else the localised count of them, to end a status text.
     QString warningSuffix() const;
-    std::optional<PromptWorkspace> readConfigFile(const QString& path, const QString& fallbackName,
-                                                  SourceKind sourceKind, LoadState& state);
-    PromptWorkspace buildWorkspace(QStringView text, const QByteArray& bytes, const QString& path,
-                                   const QString& fallbackName);
+    // The checks on a file's attributes and the limits, in load order; the aggregate counts from here.
+    ConfigFile admitConfigFile(const QString& path, const QString& fallbackName, SourceKind sourceKind,
+                               LoadState& state) const;
+    // Reading, decoding and parsing: independent per file, so admitted files are read in parallel.
+    static void readConfigFile(ConfigFile& file, qint64 perFileLimit, AppLanguage language);
+    PromptConfigIssue issue(const ConfigFile& file) const;
+    static PromptWorkspace buildWorkspace(QStringView text, const QByteArray& bytes, const QString& path,
+                                          const QString& fallbackName, AppLanguage language,
+                                          QStringList* warnings);
     bool samplesDismissed() const;
 
     QString m_homeDirectory;

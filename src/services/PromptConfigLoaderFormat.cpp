@@ -566,9 +566,10 @@ QList<PromptItem> PromptConfigLoader::parsePrompts(QStringView text)
 }
 
 PromptWorkspace PromptConfigLoader::buildWorkspace(QStringView text, const QByteArray& bytes,
-                                                   const QString& path, const QString& fallbackName)
+                                                   const QString& path, const QString& fallbackName,
+                                                   AppLanguage language, QStringList* warnings)
 {
-    ExtractedParts parts = ExtractionPass(true, m_languageProvider(), &m_warnings).run(text);
+    ExtractedParts parts = ExtractionPass(true, language, warnings).run(text);
     PromptWorkspace workspace;
     workspace.fileVersion = fileVersion(bytes, path);
     workspace.name = parts.name.value_or(fallbackName);
