@@ -73,6 +73,13 @@ public:
 
     // Accepts or refuses a whole file; says nothing about which line failed.
     static bool hasValidConfigStructure(QStringView text);
+    // Where the check refuses a text, for someone mending a file by hand.
+    struct StructuralFailure {
+        qsizetype lineNumber = 0; // from 1; 0 when no line is at fault: the text holds no section
+        QStringView line = {};    // as written, a view into the text
+    };
+    // The same check, telling the first line it refuses; absent exactly when the check accepts.
+    static std::optional<StructuralFailure> firstStructuralFailure(QStringView text);
     // A line less its leading spaces and its comment (a `#` outside quotes), trimmed.
     static QStringView structuralContent(QStringView line);
     // Cut at the first colon, whatever the quotes; no colon or an empty key gives nothing.

@@ -430,20 +430,29 @@ bool PromptConfigLoader::isValidPromptField(QStringView key, QStringView value)
 
 bool PromptConfigLoader::hasValidConfigStructure(QStringView text)
 {
+    return !firstStructuralFailure(text);
+}
+
+std::optional<PromptConfigLoader::StructuralFailure>
+PromptConfigLoader::firstStructuralFailure(QStringView text)
+{
     Section section = Section::none;
     Pending pending = Pending::none;
     bool insideItem = false;
     bool sawSection = false;
+    qsizetype lineNumber = 0;
 
     LineReader reader(text);
     QStringView line;
     while (reader.next(line)) {
+        ++lineNumber;
+        const StructuralFailure failure{lineNumber, line};
         const qsizetype indent = leadingSpaces(line);
         // Block content comes first, so it may hold tabs, colons, quotes and anything else.
         if (section == Section::prompts && pending == Pending::blockText && indent >= 6)
             continue;
         if (line.contains(u'\t'))
-            return false;
+            return failure;
         const QStringView content = structuralContent(line);
         if (content.isEmpty())
             continue;
@@ -451,7 +460,7 @@ bool PromptConfigLoader::hasValidConfigStructure(QStringView text)
         if (indent == 0) {
             const auto field = structuralField(content);
             if (!field)
-                return false;
+                return failure;
             if (field->key == u"workspace" || field->key == u"prompts") {
                 const bool isWorkspace = field->key == u"workspace";
                 const QStringView emptyForm = isWorkspace ? QStringView(u"{}") : QStringView(u"[]");
@@ -460,7 +469,7 @@ bool PromptConfigLoader::hasValidConfigStructure(QStringView text)
                 else if (field->value == emptyForm)
                     section = Section::none;
                 else
-                    return false;
+                    return failure;
                 sawSection = true;
             } else {
                 section = Section::none;
@@ -476,15 +485,15 @@ bool PromptConfigLoader::hasValidConfigStructure(QStringView text)
         case Section::workspace:
             if (pending == Pending::matchPaths && indent >= 4) {
                 if (!content.startsWith(u"- ") || !isStructuralScalar(content.sliced(2)))
-                    return false;
+                    return failure;
                 continue;
             }
             if (indent != 2)
-                return false;
+                return failure;
             if (const auto field = structuralField(content)) {
                 if (field->key == u"name") {
                     if (!isStructuralScalar(field->value))
-                        return false;
+                        return failure;
                     pending = Pending::none;
                 } else if (field->key == u"match_paths") {
                     if (field->value.isEmpty())
@@ -492,45 +501,47 @@ bool PromptConfigLoader::hasValidConfigStructure(QStringView text)
                     else if (field->value == u"[]")
                         pending = Pending::none;
                     else
-                        return false;
+                        return failure;
                 } else {
                     pending = Pending::none;
                 }
                 continue;
             }
-            return false;
+            return failure;
         case Section::prompts:
             if (indent == 2) {
                 if (!content.startsWith(u"- "))
-                    return false;
+                    return failure;
                 const auto field = structuralField(trimmedWhitespace(content.sliced(2)));
                 if (!field || !isPromptItemKey(field->key) || !isValidPromptField(field->key, field->value))
-                    return false;
+                    return failure;
                 insideItem = true;
                 pending = pendingAfterPromptField(field->key, field->value);
                 continue;
             }
             if (!insideItem)
-                return false;
+                return failure;
             if (indent >= 6) {
                 if (pending != Pending::tags || !content.startsWith(u"- ") ||
                     !isStructuralScalar(content.sliced(2)))
-                    return false;
+                    return failure;
                 continue;
             }
             if (indent != 4)
-                return false;
+                return failure;
             if (const auto field = structuralField(content)) {
                 if (!isValidPromptField(field->key, field->value))
-                    return false;
+                    return failure;
                 pending = pendingAfterPromptField(field->key, field->value);
                 continue;
             }
-            return false;
+            return failure;
         }
     }
-    // An empty file and a file of comments only are no prompt file.
-    return sawSection;
+    // An empty file and a file of comments only are no prompt file, though no line is at fault.
+    if (!sawSection)
+        return StructuralFailure{};
+    return std::nullopt;
 }
 
 // --- Extraction ---

@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -44,10 +45,11 @@ Expected<QByteArray> readFile(const QString& path)
 Expected<void> removeEntry(const QString& path)
 {
     const QFileInfo info(path);
-    const bool removed =
-        info.isDir() && !info.isSymLink() ? QDir(path).removeRecursively() : QFile::remove(path);
-    if (!removed)
-        return AppError::posix(EACCES);
+    if (info.isDir() && !info.isSymLink())
+        return QDir(path).removeRecursively() ? Expected<void>() : AppError::posix(EACCES);
+    // The system's own reason, so that a missing file isn't reported as a refusal.
+    if (::unlink(QFile::encodeName(path).constData()) != 0)
+        return AppError::posix(errno);
     return {};
 }
 

@@ -7,6 +7,7 @@
 #include "ProjectConfigTrustStore.h"
 #include "ProjectPromptConfigLoader.h"
 #include "PromptConfigLoading.h"
+#include "PromptPersistenceService.h"
 #include "PromptUsageStore.h"
 
 #include <QDir>
@@ -25,12 +26,15 @@ PromptStore::PromptStore(QString homeDirectory, LanguageProvider languageProvide
       m_configLoader(std::move(collaborators.configLoader)),
       m_usageStore(std::move(collaborators.usageStore)),
       m_bindingStore(std::move(collaborators.bindingStore)),
+      m_persistence(std::move(collaborators.persistence)),
       m_projectConfigTrustStore(std::make_unique<ProjectConfigTrustStore>(m_homeDirectory)),
       m_projectConfigLoader(std::make_unique<ProjectPromptConfigLoader>(projectConfigParentLevels))
 {
     if (!m_configLoader)
         m_configLoader =
             std::make_shared<BackgroundPromptConfigLoader>(m_homeDirectory, PromptConfigLimits{});
+    if (!m_persistence)
+        m_persistence = std::make_shared<PromptPersistenceService>(m_homeDirectory);
     if (!m_usageStore)
         m_usageStore = std::make_shared<PromptUsageStore>(m_homeDirectory);
     if (!m_bindingStore) {
@@ -188,16 +192,26 @@ QList<PromptSection> PromptStore::promptSections(const QList<PromptItem>& prompt
                                                                  : u"settings.usage.sort.frequent"_s;
         return {PromptSection{toRawValue(m_sortMode), text(key), prompts}};
     }
+    // Sections are sized before they are filled: growing them copies every prompt again and again.
     QList<PromptSection> sections;
     QHash<QString, qsizetype> indexByGroup;
+    QList<qsizetype> sectionOfPrompt;
+    sectionOfPrompt.reserve(prompts.size());
+    QList<qsizetype> sectionSizes;
     for (const PromptItem& prompt : prompts) {
         auto found = indexByGroup.constFind(prompt.group);
         if (found == indexByGroup.constEnd()) {
             found = indexByGroup.insert(prompt.group, sections.size());
             sections.append(PromptSection{prompt.group, prompt.group, {}});
+            sectionSizes.append(0);
         }
-        sections[*found].prompts.append(prompt);
+        sectionOfPrompt.append(*found);
+        ++sectionSizes[*found];
     }
+    for (qsizetype index = 0; index < sections.size(); ++index)
+        sections[index].prompts.reserve(sectionSizes[index]);
+    for (qsizetype index = 0; index < prompts.size(); ++index)
+        sections[sectionOfPrompt[index]].prompts.append(prompts[index]);
     return sections;
 }
 
@@ -258,6 +272,7 @@ VELMORA_SETTER(setWorkspaces, m_workspaces, workspacesChanged)
 VELMORA_SETTER(setLastEditedWorkspaceID, m_lastEditedWorkspaceID, lastEditedWorkspaceIDChanged)
 VELMORA_SETTER(setStatusMessage, m_statusMessage, statusMessageChanged)
 VELMORA_SETTER(setLastErrorMessage, m_lastErrorMessage, lastErrorMessageChanged)
+VELMORA_SETTER(setLastWorkspaceSaveIssue, m_lastWorkspaceSaveIssue, lastWorkspaceSaveIssueChanged)
 VELMORA_SETTER(setConfigIssues, m_configIssues, configIssuesChanged)
 VELMORA_SETTER(setWorkspaceMetadata, m_workspaceMetadata, workspaceMetadataChanged)
 

@@ -8,6 +8,7 @@
 #include "ContextMatchDetails.h"
 #include "PromptLoadResult.h"
 #include "PromptMatchingService.h"
+#include "WorkspaceDeletionResult.h"
 #include "WorkspaceSaveError.h"
 
 #include <QFuture>
@@ -20,6 +21,7 @@ class ContextBindingStore;
 class ProjectConfigTrustStore;
 class ProjectPromptConfigLoader;
 class PromptConfigLoading;
+class PromptPersistenceService;
 class PromptUsageStore;
 class QSettings;
 
@@ -38,9 +40,10 @@ public:
 
     // Absent collaborators are created over the home directory.
     struct Collaborators {
-        std::shared_ptr<PromptConfigLoading> configLoader;
-        std::shared_ptr<PromptUsageStore> usageStore;
-        std::shared_ptr<ContextBindingStore> bindingStore;
+        std::shared_ptr<PromptConfigLoading> configLoader = nullptr;
+        std::shared_ptr<PromptUsageStore> usageStore = nullptr;
+        std::shared_ptr<ContextBindingStore> bindingStore = nullptr;
+        std::shared_ptr<PromptPersistenceService> persistence = nullptr;
     };
 
     // How many folders above a context's folder are searched for a project file.
@@ -86,8 +89,45 @@ public:
     QString text(const QString& key) const;
 
     const std::shared_ptr<PromptUsageStore>& usageStore() const { return m_usageStore; }
+    const std::shared_ptr<PromptPersistenceService>& persistence() const { return m_persistence; }
     const std::shared_ptr<ContextBindingStore>& bindingStore() const { return m_bindingStore; }
     const ProjectConfigTrustStore& projectConfigTrustStore() const { return *m_projectConfigTrustStore; }
+
+    // --- Editing. A change is made on a copy of the workspace, the copy is written, and only a
+    // written copy replaces the record; a failure leaves the library as it was and says why in
+    // statusMessage and lastErrorMessage. Disk writes are synchronous. ---
+
+    // A new, empty workspace under a free file name; the name falls back to "my-workspace". The
+    // record is in workspaces at once, and a reload follows.
+    std::optional<PromptWorkspace> createWorkspace(const QString& name, const QString& matchPathsText);
+    // A blank name keeps the old one. The save is checked against `expectedVersion` when given, else
+    // against the version the record was read with.
+    bool updateWorkspace(const QString& id, const QString& name, const QString& matchPathsText,
+                         const std::optional<WorkspaceFileVersion>& expectedVersion = std::nullopt);
+    // The way out of a save conflict: the workspace's prompts, with this name and these paths, in a
+    // new file.
+    std::optional<PromptWorkspace> saveWorkspaceAsNewCopy(const QString& id, const QString& name,
+                                                          const QString& matchPathsText);
+    // Writes a sample as a real workspace and ends the sample state for good.
+    std::optional<PromptWorkspace> saveTransientSampleAsWorkspace(const PromptWorkspace& sample,
+                                                                  const QString& name);
+    // Each workspace goes or stays whole; one failure doesn't stop the others. Results by name.
+    WorkspaceBatchDeletionResult deleteWorkspaces(const QStringList& ids,
+                                                  const QList<PromptWorkspace>& extraWorkspaces = {});
+    // The caller makes prompt ids unique before adding, updating or importing.
+    bool addPrompt(const PromptItem& prompt, const QString& workspaceID);
+    // A prompt that is no longer there changes nothing; the workspace is saved all the same.
+    bool updatePrompt(const PromptItem& prompt, const QString& workspaceID);
+    bool importPrompts(const QList<PromptItem>& prompts, const QString& workspaceID);
+    void togglePinned(const QString& promptID, const QString& workspaceID);
+    // The usage record stays: after a success the caller removes it from usageStore().
+    bool deletePrompt(const QString& id, const QString& workspaceID);
+    // A move the workspace refuses does nothing and says nothing.
+    void movePrompt(const QString& id, const QString& workspaceID, PromptMoveDirection direction);
+    bool canMovePrompt(const QString& id, const QString& workspaceID, PromptMoveDirection direction) const;
+    void dismissTransientSamples();
+    // Why a workspace can't be edited here; empty for a user workspace.
+    QString readOnlyReason(const PromptWorkspace& workspace) const;
 
     // --- Bindings and project trust. Each answers whether it succeeded; statusMessage and
     // lastErrorMessage tell the rest, and a failure changes no binding. ---
@@ -148,6 +188,7 @@ protected:
     void setLastEditedWorkspaceID(const std::optional<QString>& id);
     void setStatusMessage(const QString& message);
     void setLastErrorMessage(const std::optional<QString>& message);
+    void setLastWorkspaceSaveIssue(const std::optional<WorkspaceSaveError>& issue);
     void setConfigIssues(const QList<PromptConfigIssue>& issues);
     void setShowsTransientSamples(bool shows);
     void setWorkspaceMetadata(const QHash<QString, WorkspaceFileMetadata>& metadata);
@@ -161,6 +202,23 @@ private:
     void clearProjectWorkspaces();
     // Sets lastErrorMessage to the error's description and statusMessage to the key's text; false.
     bool reportFailure(const AppError& error, const char* statusKey);
+    bool reportFailure(const QString& message, const char* statusKey);
+
+    using WorkspaceChange = std::function<void(PromptWorkspace&)>;
+    std::optional<PromptWorkspace> findWorkspace(const QString& id) const;
+    bool mutateWorkspace(const QString& id, const std::optional<WorkspaceFileVersion>& expectedVersion,
+                         const WorkspaceChange& change);
+    bool saveMutatedWorkspace(const PromptWorkspace& workspace,
+                              const std::optional<WorkspaceFileVersion>& expectedVersion);
+    // Replaces the record with the same id, or appends it.
+    void publishPersistedWorkspace(const PromptWorkspace& workspace);
+    // Publishes a workspace new on disk, selects it, reports it, and reloads keeping that report.
+    PromptWorkspace announceCreatedWorkspace(const PromptWorkspace& workspace);
+    // Lines trimmed of blanks, empty ones dropped; order and duplicates kept.
+    static QStringList parseLines(const QString& text);
+    // A transaction over the file, the bindings and the usage records, undone whole on a failure.
+    WorkspaceDeletionResult deleteWorkspaceForManager(const PromptWorkspace& workspace);
+    void removeTransientSamplesFromCurrentState();
 
     // Lower-cased copies of a prompt's searchable fields by prompt id, with the fields they were made
     // from: reused while those are the same strings, so a search over a large library doesn't
@@ -168,10 +226,22 @@ private:
     struct SearchableText {
         QString title, group, text;
         QStringList tags;
-        QString foldedTitle, foldedGroup, foldedText, foldedTags;
+        // The four fields lower-cased, joined by foldedFieldSeparator: one scan per prompt.
+        QString folded;
     };
+    static constexpr char16_t foldedFieldSeparator = u'\0';
     const SearchableText& searchableText(const PromptItem& prompt) const;
-    bool matchesFoldedQuery(const PromptItem& prompt, const QString& foldedQuery) const;
+    // The folded text of each prompt of a list, by index, kept while anyone else holds that very list:
+    // a search looks it up once per list instead of once per prompt.
+    struct FoldedPromptList {
+        QList<PromptItem> prompts; // holds the list, so its address can't be taken by another one
+        QStringList folded;
+    };
+    const QStringList& foldedSearchTexts(const QList<PromptItem>& prompts) const;
+    // The grouped order of allPrompts, keeping only the prompts that match a folded query (all of them
+    // for an empty one); the groups still follow every prompt.
+    QList<PromptItem> groupedPrompts(const ContextMatchDetails& matchDetails,
+                                     const QString& foldedQuery) const;
     static QString foldedQuery(const QString& query);
 
     QString m_homeDirectory;
@@ -180,6 +250,7 @@ private:
     std::shared_ptr<PromptConfigLoading> m_configLoader;
     std::shared_ptr<PromptUsageStore> m_usageStore;
     std::shared_ptr<ContextBindingStore> m_bindingStore;
+    std::shared_ptr<PromptPersistenceService> m_persistence;
     std::unique_ptr<ProjectConfigTrustStore> m_projectConfigTrustStore;
     std::unique_ptr<ProjectPromptConfigLoader> m_projectConfigLoader;
 
@@ -200,6 +271,7 @@ private:
     mutable QHash<QString, PromptWorkspace> m_projectWorkspaceCache;
     mutable QSet<QString> m_projectWorkspaceMisses;
     mutable QHash<QString, SearchableText> m_searchableTextCache;
+    mutable QHash<const PromptItem*, FoldedPromptList> m_foldedPromptLists;
     bool m_hasSuccessfulConfigSnapshot = false;
     quint64 m_reloadGeneration = 0;
     std::optional<QFuture<void>> m_reloadTask;

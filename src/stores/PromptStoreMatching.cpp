@@ -10,6 +10,7 @@
 #include "ProjectPromptConfigLoader.h"
 #include "PromptSorter.h"
 #include "PromptUsageStore.h"
+#include "SubstringSearch.h"
 #include "WorkspaceMatcher.h"
 
 #include <algorithm>
@@ -27,6 +28,14 @@ bool isSameData(const QString& a, const QString& b)
 bool isSameData(const QStringList& a, const QStringList& b)
 {
     return a.constData() == b.constData() && a.size() == b.size();
+}
+
+// The search without the folded copies, for the rare query that holds their field separator.
+bool matchesEachField(const PromptItem& prompt, const QString& foldedQuery)
+{
+    return prompt.title.toLower().contains(foldedQuery) || prompt.group.toLower().contains(foldedQuery) ||
+           prompt.text.toLower().contains(foldedQuery) ||
+           prompt.tags.join(u' ').toLower().contains(foldedQuery);
 }
 
 } // namespace
@@ -52,6 +61,12 @@ PromptMatchingService PromptStore::matchingService() const
 
 QList<PromptItem> PromptStore::allPrompts(const ContextMatchDetails& matchDetails) const
 {
+    return groupedPrompts(matchDetails, {});
+}
+
+QList<PromptItem> PromptStore::groupedPrompts(const ContextMatchDetails& matchDetails,
+                                              const QString& foldedQuery) const
+{
     // Groups in order of first appearance over global then workspace prompts; in each group the
     // pinned prompts first, each part keeping its order.
     struct Group {
@@ -61,14 +76,31 @@ QList<PromptItem> PromptStore::allPrompts(const ContextMatchDetails& matchDetail
     QList<Group> groups;
     QHash<QString, qsizetype> groupIndex;
     qsizetype count = 0;
+    const SubstringSearch search(foldedQuery);
+    // A query that holds the separator could match across two fields: those few look field by field.
+    const bool scansJoinedFields = !foldedQuery.contains(QChar(foldedFieldSeparator));
+    const auto matches = [&](const PromptItem& prompt, const QString& folded) {
+        return scansJoinedFields ? search.isFoundIn(folded) : matchesEachField(prompt, foldedQuery);
+    };
     const auto add = [&](const QList<PromptItem>& prompts) {
-        for (const PromptItem& prompt : prompts) {
-            auto found = groupIndex.constFind(prompt.group);
-            if (found == groupIndex.constEnd()) {
-                found = groupIndex.insert(prompt.group, groups.size());
-                groups.append(Group{});
+        const QStringList* folded = foldedQuery.isEmpty() ? nullptr : &foldedSearchTexts(prompts);
+        qsizetype current = -1;
+        const QString* currentGroup = nullptr;
+        for (qsizetype index = 0; index < prompts.size(); ++index) {
+            const PromptItem& prompt = prompts[index];
+            // Neighbours mostly share their group: no hash lookup for those.
+            if (!currentGroup || *currentGroup != prompt.group) {
+                auto found = groupIndex.constFind(prompt.group);
+                if (found == groupIndex.constEnd()) {
+                    found = groupIndex.insert(prompt.group, groups.size());
+                    groups.append(Group{});
+                }
+                current = *found;
+                currentGroup = &prompt.group;
             }
-            Group& group = groups[*found];
+            if (folded && !matches(prompt, folded->at(index)))
+                continue;
+            Group& group = groups[current];
             (prompt.isPinned ? group.pinned : group.others).append(&prompt);
             ++count;
         }
@@ -93,20 +125,20 @@ QList<PromptItem> PromptStore::visiblePrompts(const AgentContext& context,
                                               const QString& searchText) const
 {
     Q_UNUSED(context) // what shows follows from the match alone
-    // Sorted before filtering, so the search never changes the relative order.
-    QList<PromptItem> prompts =
-        PromptSorter::sorted(allPrompts(matchDetails), m_sortMode, m_usageStore->records());
-    const QString query = foldedQuery(searchText);
-    if (query.isEmpty())
-        return prompts;
-    prompts.removeIf([&](const PromptItem& prompt) { return !matchesFoldedQuery(prompt, query); });
-    return prompts;
+    // The search never changes the relative order, and the sort breaks ties by position: filtering
+    // before sorting gives the sorted list filtered, without copying what the search drops.
+    return PromptSorter::sorted(groupedPrompts(matchDetails, foldedQuery(searchText)), m_sortMode,
+                                m_usageStore->records());
 }
 
 bool PromptStore::promptMatchesSearch(const PromptItem& prompt, const QString& query) const
 {
     const QString folded = foldedQuery(query);
-    return folded.isEmpty() || matchesFoldedQuery(prompt, folded);
+    if (folded.isEmpty())
+        return true;
+    if (folded.contains(QChar(foldedFieldSeparator)))
+        return matchesEachField(prompt, folded);
+    return searchableText(prompt).folded.contains(folded);
 }
 
 QString PromptStore::foldedQuery(const QString& query)
@@ -134,22 +166,29 @@ const PromptStore::SearchableText& PromptStore::searchableText(const PromptItem&
     }
     // Made anew when the prompt is new, was edited, or shares its id with another one (a project
     // prompt may); the cache then simply holds the latest.
-    SearchableText entry{prompt.title,
-                         prompt.group,
-                         prompt.text,
-                         prompt.tags,
-                         prompt.title.toLower(),
-                         prompt.group.toLower(),
-                         prompt.text.toLower(),
-                         prompt.tags.join(u' ').toLower()};
+    const QChar separator(foldedFieldSeparator);
+    SearchableText entry{prompt.title, prompt.group, prompt.text, prompt.tags,
+                         (prompt.title % separator % prompt.group % separator % prompt.text % separator %
+                          prompt.tags.join(u' '))
+                             .toLower()};
     return *m_searchableTextCache.insert(prompt.id, std::move(entry));
 }
 
-bool PromptStore::matchesFoldedQuery(const PromptItem& prompt, const QString& foldedQuery) const
+const QStringList& PromptStore::foldedSearchTexts(const QList<PromptItem>& prompts) const
 {
-    const SearchableText& searchable = searchableText(prompt);
-    return searchable.foldedTitle.contains(foldedQuery) || searchable.foldedGroup.contains(foldedQuery) ||
-           searchable.foldedText.contains(foldedQuery) || searchable.foldedTags.contains(foldedQuery);
+    static const QStringList none;
+    if (prompts.isEmpty())
+        return none;
+    const auto cached = m_foldedPromptLists.constFind(prompts.constData());
+    if (cached != m_foldedPromptLists.constEnd() && cached->prompts.size() == prompts.size())
+        return cached->folded;
+    // Lists that only this cache still holds were replaced by an edit or a load.
+    m_foldedPromptLists.removeIf([](const auto& entry) { return entry.value().prompts.isDetached(); });
+    FoldedPromptList entry{prompts, {}};
+    entry.folded.reserve(prompts.size());
+    for (const PromptItem& prompt : prompts)
+        entry.folded.append(searchableText(prompt).folded);
+    return m_foldedPromptLists.insert(prompts.constData(), std::move(entry))->folded;
 }
 
 QList<PromptWorkspace> PromptStore::boundWorkspaces(const AgentContext& context) const
