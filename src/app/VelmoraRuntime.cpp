@@ -4,13 +4,16 @@
 #include "AppNotifications.h"
 #include "AppUpdateController.h"
 #include "BackgroundPromptConfigLoader.h"
+#include "CanberraSoundPlayback.h"
 #include "ClipboardService.h"
 #include "ContextDetector.h"
 #include "FreedesktopNotificationService.h"
 #include "HotKeyService.h"
 #include "LaunchAtLoginController.h"
 #include "NetworkUpdateChecker.h"
+#include "NoHapticFeedbackPerformer.h"
 #include "PromptActionService.h"
+#include "PromptCopySoundPlayer.h"
 #include "PromptStore.h"
 #include "ShortcutSettingsStore.h"
 #include "SystemLaunchAtLoginService.h"
@@ -60,6 +63,11 @@ VelmoraRuntime::VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSe
     m_hotKeyRegistrar = std::make_unique<X11HotKeyRegistrar>();
     m_hotKeyService = std::make_unique<HotKeyService>(m_hotKeyRegistrar.get(), true);
     m_promptActionService = std::make_unique<PromptActionService>(std::make_shared<ClipboardService>());
+    m_copySoundPlayer = std::make_unique<PromptCopySoundPlayer>(CanberraSoundPlayback::factory(
+        CanberraSoundPlayback::soundDirectories(QCoreApplication::applicationDirPath())));
+    connect(m_shortcutStore.get(), &ShortcutSettingsStore::copySoundNameChanged, this,
+            [this] { m_copySoundPlayer->selectSound(m_shortcutStore->copySoundName()); });
+    m_hapticPerformer = std::make_unique<NoHapticFeedbackPerformer>();
 
     const auto openUrl = [](const QUrl& url) {
         QDesktopServices::openUrl(url);

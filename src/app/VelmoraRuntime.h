@@ -12,9 +12,11 @@ class AppUpdateController;
 class ClipboardService;
 class ContextDetector;
 class FreedesktopNotificationService;
+class HapticFeedbackPerforming;
 class HotKeyService;
 class LaunchAtLoginController;
 class PromptActionService;
+class PromptCopySoundPlayer;
 class PromptStore;
 class QSettings;
 class ShortcutSettingsStore;
@@ -41,6 +43,9 @@ public:
     HotKeyService& hotKeyService() const { return *m_hotKeyService; }
     X11HotKeyRegistrar& hotKeyRegistrar() const { return *m_hotKeyRegistrar; }
     PromptActionService& promptActionService() const { return *m_promptActionService; }
+    // Follows the chosen copy sound by itself; the panel only calls play.
+    PromptCopySoundPlayer& copySoundPlayer() const { return *m_copySoundPlayer; }
+    HapticFeedbackPerforming& hapticPerformer() const { return *m_hapticPerformer; }
     LaunchAtLoginController& launchAtLoginController() const { return *m_launchAtLoginController; }
     AppUpdateController& appUpdateController() const { return *m_appUpdateController; }
 
@@ -57,6 +62,8 @@ private:
     std::unique_ptr<X11HotKeyRegistrar> m_hotKeyRegistrar;
     std::unique_ptr<HotKeyService> m_hotKeyService;
     std::unique_ptr<PromptActionService> m_promptActionService;
+    std::unique_ptr<PromptCopySoundPlayer> m_copySoundPlayer;
+    std::unique_ptr<HapticFeedbackPerforming> m_hapticPerformer;
     std::unique_ptr<LaunchAtLoginController> m_launchAtLoginController;
     std::unique_ptr<FreedesktopNotificationService> m_updateNotifier;
     std::unique_ptr<UpdateCheckDialogPresenter> m_updatePresenter;
