@@ -87,6 +87,8 @@ int VelmoraCli::run()
         if (!chosen)
             return fail(text("linux.cli.error.language").arg(parser.value(language)));
         m_language = *chosen;
+        // Texts made below the store (error descriptions) follow the choice too.
+        L10n::setLanguageOverride(m_language);
     }
     if (!parsed)
         return fail(parser.errorText());

@@ -61,8 +61,21 @@ QStringList systemPreferredLanguages()
 
 namespace L10n {
 
+namespace {
+std::optional<AppLanguage> languageOverride;
+}
+
+void setLanguageOverride(std::optional<AppLanguage> language)
+{
+    if (language == AppLanguage::system)
+        language = systemResolved(systemPreferredLanguages());
+    languageOverride = language;
+}
+
 AppLanguage currentLanguage()
 {
+    if (languageOverride)
+        return *languageOverride;
     const QString stored =
         Preferences::string(*Preferences::openStandard(), QString::fromLatin1(interfaceLanguageKey))
             .value_or(QString());

@@ -25,8 +25,11 @@ QStringList systemPreferredLanguages();
 namespace L10n {
 inline constexpr auto interfaceLanguageKey = "Velmora.interfaceLanguage.v1";
 
-// For code with no store in reach: reads the preference directly. Never `system`.
+// For code with no store in reach: the override if one is set, else the preference. Never `system`.
 AppLanguage currentLanguage();
+// A language that wins over the preference for the whole process, such as a command-line tool's
+// choice for one run. Set it before any other thread asks for texts.
+void setLanguageOverride(std::optional<AppLanguage> language);
 
 // The text of a key in the current language.
 QString text(const QString& key);

@@ -154,6 +154,13 @@ private Q_SLOTS:
         }
         QCOMPARE(L10n::currentLanguage(), expected);
         QVERIFY(L10n::currentLanguage() != AppLanguage::system);
+
+        // An override wins over any stored choice until it is lifted.
+        L10n::setLanguageOverride(AppLanguage::zhHans);
+        QCOMPARE(L10n::currentLanguage(), AppLanguage::zhHans);
+        QCOMPARE(L10n::text(u"status.bind.failed"_s), L10n::text(u"status.bind.failed"_s, AppLanguage::zhHans));
+        L10n::setLanguageOverride(std::nullopt);
+        QCOMPARE(L10n::currentLanguage(), expected);
     }
 };
 
