@@ -1,29 +1,29 @@
 #include "VelmoraAppDelegate.h"
 
-#include "AppLanguageStore.h"
+#include "AppNotifications.h"
 #include "AppUpdateController.h"
 #include "ContextDetector.h"
+#include "DesktopSession.h"
 #include "HotKeyService.h"
 #include "LaunchAtLoginController.h"
-#include "Localization.h"
-#include "PromptStore.h"
+#include "PromptPanelView.h"
+#include "ReduceMotionSetting.h"
+#include "StatusVelmoraController.h"
 #include "VelmoraRuntime.h"
+#include "X11FloatingWindowService.h"
+#include "ShortcutSettingsStore.h"
+#include "VelmoraMorphContainer.h"
+#include "VelmoraSheetHost.h"
 
 #include <QApplication>
-#include <QIcon>
-#include <QMenu>
-#include <QSystemTrayIcon>
-
-using namespace Qt::StringLiterals;
+#include <QDBusConnection>
+#include <QScreen>
 
 VelmoraAppDelegate::VelmoraAppDelegate(VelmoraRuntime& runtime, QObject* parent)
     : QObject(parent), m_runtime(runtime)
 {}
 
-VelmoraAppDelegate::~VelmoraAppDelegate()
-{
-    delete m_menu;
-}
+VelmoraAppDelegate::~VelmoraAppDelegate() = default;
 
 void VelmoraAppDelegate::applicationDidFinishLaunching()
 {
@@ -33,29 +33,79 @@ void VelmoraAppDelegate::applicationDidFinishLaunching()
             m_runtime.launchAtLoginController().refresh();
     });
 
-    m_menu = new QMenu;
-    m_reloadAction = m_menu->addAction(QString());
-    connect(m_reloadAction, &QAction::triggered, this, &VelmoraAppDelegate::reloadLibrary);
-    m_checkUpdatesAction = m_menu->addAction(QString());
-    connect(m_checkUpdatesAction, &QAction::triggered, this,
-            [this] { m_runtime.appUpdateController().checkForUpdates(); });
-    m_menu->addSeparator();
-    m_quitAction = m_menu->addAction(QString());
-    m_quitAction->setShortcut(QKeySequence(u"Ctrl+Q"_s));
-    connect(m_quitAction, &QAction::triggered, qApp, &QApplication::quit);
-    retitle();
+    m_windowSystem = X11FloatingWindowService::create();
+    m_reduceMotion = std::make_unique<ReduceMotionSetting>(QDBusConnection::sessionBus());
 
-    // The texts follow the interface language; the library reloads because samples and status
-    // texts are localised when they are loaded.
-    connect(&m_runtime.languageStore(), &AppLanguageStore::selectionChanged, this, [this] {
-        retitle();
-        m_runtime.promptStore().reload();
+    StatusVelmoraController::Dependencies dependencies;
+    dependencies.promptStore = &m_runtime.promptStore();
+    dependencies.contextDetector = &m_runtime.contextDetector();
+    dependencies.shortcutStore = &m_runtime.shortcutStore();
+    dependencies.hotKeyService = &m_runtime.hotKeyService();
+    dependencies.languageStore = &m_runtime.languageStore();
+    dependencies.promptActionService = &m_runtime.promptActionService();
+    dependencies.notifications = &m_runtime.notifications();
+    dependencies.defaults = &m_runtime.defaults();
+
+    StatusVelmoraController::Environment environment;
+    environment.windowSystem = m_windowSystem.get();
+    environment.reduceMotion = [setting = m_reduceMotion.get()] { return setting->reduceMotion(); };
+    environment.hotKeyPressTimestamp = [registrar = &m_runtime.hotKeyRegistrar()] {
+        return registrar->lastPressTimestamp();
+    };
+    environment.makeRootView = [runtime = &m_runtime](const PanelRootViewContext& context) -> QWidget* {
+        PromptPanelView::Dependencies panel;
+        panel.promptStore = &runtime->promptStore();
+        panel.contextDetector = &runtime->contextDetector();
+        panel.shortcutStore = &runtime->shortcutStore();
+        panel.morphState = context.morphState;
+        panel.languageStore = &runtime->languageStore();
+        panel.promptActionService = &runtime->promptActionService();
+        panel.copySoundPlayer = &runtime->copySoundPlayer();
+        panel.firstRunChecklistStore = &runtime->firstRunChecklistStore();
+        panel.variableValueStore = &runtime->variableValueStore();
+        panel.hapticPerformer = &runtime->hapticPerformer();
+        panel.preferences = &runtime->panelPreferences();
+        auto* content = new PromptPanelView(panel, {});
+        content->onLayoutModeChange = context.onLayoutModeChange;
+        AppNotifications* notifications = &runtime->notifications();
+        connect(content, &PromptPanelView::closeRequested, notifications, &AppNotifications::velmoraRequestClose);
+        connect(content, &PromptPanelView::popupVisibilityChanged, content, context.onPopupVisibilityChange);
+        return new VelmoraMorphContainer(*context.morphState, content, nullptr);
+    };
+    environment.pointerFreezesOutsideOwnWindows = desktopSessionType() == DesktopSessionType::wayland;
+    environment.showsTrayIcon = true;
+
+    m_velmoraController = std::make_unique<StatusVelmoraController>(dependencies, environment);
+    // A desktop that binds keys itself (the portal) answers after the registration: its answer is the
+    // hot key's status.
+    m_runtime.hotKeyRegistrar().setAnswerHandler([this](HotKeyID, qint32 status, const QString&) {
+        QMetaObject::invokeMethod(this, [this, status] {
+            ShortcutSettingsStore& store = m_runtime.shortcutStore();
+            const PromptKeyboardShortcut shortcut = store.togglePanelShortcut();
+            store.setHotKeyStatus(status == 0 ? HotKeyStatus::registered(shortcut)
+                                              : HotKeyStatus::failed(shortcut, status));
+        });
     });
+    m_velmoraController->refreshStatusItem();
+    m_velmoraController->bindVelmoraUpdates();
+    m_velmoraController->makePanelIfNeeded();
 
-    m_trayIcon = new QSystemTrayIcon(QIcon(u":/icons/velmora.svg"_s), this);
-    m_trayIcon->setContextMenu(m_menu);
-    if (QSystemTrayIcon::isSystemTrayAvailable())
-        m_trayIcon->show();
+    // The capsule stays at the top centre of its screen when screens or their work areas change.
+    StatusVelmoraController* controller = m_velmoraController.get();
+    const auto follow = [this, controller](QScreen* screen) {
+        connect(screen, &QScreen::availableGeometryChanged, controller, &StatusVelmoraController::placeStatusItem);
+        connect(screen, &QScreen::geometryChanged, controller, &StatusVelmoraController::placeStatusItem);
+    };
+    const auto screens = QGuiApplication::screens();
+    for (QScreen* screen : screens)
+        follow(screen);
+    connect(qApp, &QGuiApplication::screenAdded, controller, [controller, follow](QScreen* screen) {
+        follow(screen);
+        controller->placeStatusItem();
+    });
+    connect(qApp, &QGuiApplication::screenRemoved, controller, [controller] {
+        QMetaObject::invokeMethod(controller, &StatusVelmoraController::placeStatusItem, Qt::QueuedConnection);
+    });
 
     m_runtime.appUpdateController().startAutomaticChecksIfConfigured();
 }
@@ -64,23 +114,4 @@ void VelmoraAppDelegate::applicationWillTerminate()
 {
     m_runtime.contextDetector().stop();
     m_runtime.hotKeyService().stop();
-    if (m_trayIcon)
-        m_trayIcon->hide();
-}
-
-void VelmoraAppDelegate::reloadLibrary()
-{
-    m_runtime.promptStore().reload();
-    m_runtime.contextDetector().refresh(true);
-}
-
-void VelmoraAppDelegate::retitle()
-{
-    const AppLanguage language = m_runtime.languageStore().effectiveLanguage();
-    const auto& catalog = AppLocalizationCatalog::shared();
-    m_reloadAction->setText(catalog.string(u"action.reload.config"_s, language));
-    m_checkUpdatesAction->setText(catalog.string(u"action.check.updates"_s, language) + u"…"_s);
-    m_quitAction->setText(catalog.string(u"action.quit"_s, language));
-    if (m_trayIcon)
-        m_trayIcon->setToolTip(catalog.string(u"product.name"_s, language));
 }

@@ -1,12 +1,13 @@
-// Runs start-up and shutdown, observes the application requests, and owns what the user sees of
-// the app while no panel is open: the tray icon with the status menu.
+// Runs start-up and shutdown, observes the application requests, and owns the panel's controller,
+// which shows the status item (the capsule and the tray icon) and the panel.
 #pragma once
 
 #include <QObject>
+#include <memory>
 
-class QAction;
-class QMenu;
-class QSystemTrayIcon;
+class FloatingWindowServicing;
+class ReduceMotionSetting;
+class StatusVelmoraController;
 class VelmoraRuntime;
 
 class VelmoraAppDelegate : public QObject {
@@ -19,16 +20,11 @@ public:
     void applicationDidFinishLaunching();
     void applicationWillTerminate();
 
-    QMenu* statusMenu() const { return m_menu; }
+    StatusVelmoraController* velmoraController() const { return m_velmoraController.get(); }
 
 private:
-    void reloadLibrary();
-    void retitle();
-
     VelmoraRuntime& m_runtime;
-    QMenu* m_menu = nullptr;
-    QAction* m_reloadAction = nullptr;
-    QAction* m_checkUpdatesAction = nullptr;
-    QAction* m_quitAction = nullptr;
-    QSystemTrayIcon* m_trayIcon = nullptr;
+    std::unique_ptr<FloatingWindowServicing> m_windowSystem;
+    std::unique_ptr<ReduceMotionSetting> m_reduceMotion;
+    std::unique_ptr<StatusVelmoraController> m_velmoraController;
 };

@@ -7,25 +7,29 @@
 #include "CanberraSoundPlayback.h"
 #include "ClipboardService.h"
 #include "ContextDetector.h"
+#include "FirstRunChecklistStore.h"
 #include "FreedesktopNotificationService.h"
+#include "HotKeyFacility.h"
 #include "HotKeyService.h"
 #include "LaunchAtLoginController.h"
 #include "NetworkUpdateChecker.h"
 #include "NoHapticFeedbackPerformer.h"
 #include "PromptActionService.h"
 #include "PromptCopySoundPlayer.h"
+#include "PromptPanelPreferences.h"
 #include "PromptStore.h"
+#include "PromptVariableValueStore.h"
 #include "ShortcutSettingsStore.h"
 #include "SystemLaunchAtLoginService.h"
 #include "UpdateCheckDialog.h"
 #include "UpdateFeedClient.h"
 #include "X11FrontmostApplicationProvider.h"
-#include "X11HotKeyRegistrar.h"
 #include "X11WindowTitleReader.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDesktopServices>
+#include <QGuiApplication>
 #include <QSettings>
 
 VelmoraRuntime::VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSettings> defaults,
@@ -60,7 +64,11 @@ VelmoraRuntime::VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSe
     m_contextDetector->start();
 
     m_shortcutStore = std::make_unique<ShortcutSettingsStore>(m_defaults.get(), languageProvider);
-    m_hotKeyRegistrar = std::make_unique<X11HotKeyRegistrar>();
+    const DesktopSessionType session = desktopSessionType();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString applicationID = QGuiApplication::desktopFileName();
+    m_hotKeyRegistrar = makeHotKeyRegistrar(chooseHotKeyFacility(session, bus, applicationID), session, bus,
+                                            applicationID);
     m_hotKeyService = std::make_unique<HotKeyService>(m_hotKeyRegistrar.get(), true);
     m_promptActionService = std::make_unique<PromptActionService>(std::make_shared<ClipboardService>());
     m_copySoundPlayer = std::make_unique<PromptCopySoundPlayer>(CanberraSoundPlayback::factory(
@@ -68,6 +76,9 @@ VelmoraRuntime::VelmoraRuntime(const QString& homeDirectory, std::unique_ptr<QSe
     connect(m_shortcutStore.get(), &ShortcutSettingsStore::copySoundNameChanged, this,
             [this] { m_copySoundPlayer->selectSound(m_shortcutStore->copySoundName()); });
     m_hapticPerformer = std::make_unique<NoHapticFeedbackPerformer>();
+    m_firstRunChecklistStore = std::make_unique<FirstRunChecklistStore>(m_defaults.get());
+    m_variableValueStore = std::make_unique<PromptVariableValueStore>(m_defaults.get());
+    m_panelPreferences = std::make_unique<PromptPanelPreferences>(m_defaults.get());
 
     const auto openUrl = [](const QUrl& url) {
         QDesktopServices::openUrl(url);

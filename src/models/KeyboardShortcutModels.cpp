@@ -481,6 +481,10 @@ QString HotKeyStatus::message(AppLanguage language) const
             return catalogText("linux.shortcut.register.unavailable", language).arg(shortcut.displayString());
         if (status == HotKeyRegistrationStatus::keyNotOnKeyboard)
             return catalogText("linux.shortcut.register.no.key", language).arg(shortcut.displayString());
+        if (status == HotKeyRegistrationStatus::cancelledByUser)
+            return catalogText("linux.shortcut.register.cancelled", language).arg(shortcut.displayString());
+        if (status == HotKeyRegistrationStatus::refusedByDesktop)
+            return catalogText("linux.shortcut.register.refused", language).arg(shortcut.displayString());
         return catalogText("shortcut.register.failed", language)
             .arg(shortcut.displayString(), QString::number(status));
     case Kind::restoreFailed:

@@ -137,9 +137,11 @@ std::optional<int> qtKeyCombination(const PromptKeyboardShortcut& shortcut);
 // Statuses of a global registration beside the system's own error numbers (positive X11 error codes).
 namespace HotKeyRegistrationStatus {
 inline constexpr qint32 success = 0;
-inline constexpr qint32 unavailable = -1;         // no X11 display: nothing can be grabbed
+inline constexpr qint32 unavailable = -1;         // no X11 display or desktop portal to take the key
 inline constexpr qint32 keyNotOnKeyboard = -2;    // the keyboard layout has no key for this key code
 inline constexpr qint32 unknownRegistration = -3; // an unregistration of nothing registered
+inline constexpr qint32 cancelledByUser = -4;     // the user cancelled the desktop's shortcut dialog
+inline constexpr qint32 refusedByDesktop = -5;    // the desktop portal refused the binding or ended it
 } // namespace HotKeyRegistrationStatus
 
 // The state of the global panel shortcut, as the settings show it.

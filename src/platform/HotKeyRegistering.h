@@ -4,6 +4,7 @@
 
 #include "KeyboardShortcutModels.h"
 
+#include <QString>
 #include <QtGlobal>
 #include <functional>
 
@@ -35,4 +36,16 @@ public:
     virtual qint32 registerHotKey(const PromptKeyboardShortcut& shortcut, HotKeyID id,
                                   HotKeyReference& reference) = 0;
     virtual qint32 unregisterHotKey(HotKeyReference reference) = 0;
+
+    // Facilities that bind keys through the desktop (its portal) answer later: a registration that
+    // returned 0 is then only a request. The handler hears how it went, for registrations still held:
+    // 0 with the desktop's own words for the keys it bound, or a non-zero status when the request was
+    // refused or the binding lost. It hears again when the desktop binds other keys or binds anew.
+    // Facilities that answer at once never call it.
+    using AnswerHandler = std::function<void(HotKeyID id, qint32 status, const QString& triggerDescription)>;
+    virtual void setAnswerHandler(AnswerHandler handler) { Q_UNUSED(handler); }
+
+    // The time of the last press handed to the handlers, 0 before the first: window managers take
+    // focus requests that carry the time of the event that caused them.
+    virtual quint32 lastPressTimestamp() const { return 0; }
 };

@@ -551,6 +551,9 @@ QString PromptConfigLoader::cleanScalar(QStringView value)
     value = trimmedWhitespaceAndNewlines(value);
     if (value.size() >= 2 && value.front() == u'"' && value.back() == u'"') {
         QString inner = value.sliced(1, value.size() - 2).toString();
+        // Most values hold no backslash: the replacements, each building a matcher, cost more than the copy.
+        if (!inner.contains(u'\\'))
+            return inner;
         // Only these two escapes exist, undone in this order: `\n` stays a backslash and an n.
         inner.replace(u"\\\""_s, u"\""_s);
         inner.replace(u"\\\\"_s, u"\\"_s);

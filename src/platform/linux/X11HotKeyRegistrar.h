@@ -30,7 +30,7 @@ public:
     int ignoredRepeatCount() const;
     // The server time of the last press handed to the handlers, 0 before the first: window managers
     // take focus requests that carry the time of the event that caused them.
-    quint32 lastPressTimestamp() const;
+    quint32 lastPressTimestamp() const override;
 
     // Lets go of the keys registered so far, so that a shortcut recorder sees them; registrations
     // made meanwhile grab as usual. Resuming grabs the suspended ones again and answers the first
