@@ -48,6 +48,8 @@ bool PromptStore::bindContext(const AgentContext& context, const QString& worksp
         resolvedBindingAgent(context.agent, context.frontmostBundleIdentifier, context.frontmostAppName);
     if (!agent)
         return fail(AgentWorkspaceBindingStoreError::unknownAgentBinding(language()));
+    // Taken before the binding is saved, so that a failed selection below takes the binding back too.
+    const ContextBindingStateSnapshot before = m_bindingStore->stateSnapshot();
     const Expected<AgentWorkspaceBinding> added = m_bindingStore->addAgentWorkspaceBinding(
         *agent, context.frontmostAppName, context.frontmostBundleIdentifier, workspaceID, false);
     if (!added)
@@ -61,8 +63,10 @@ bool PromptStore::bindContext(const AgentContext& context, const QString& worksp
         selectionContext.agent = *agent;
     if (const Expected<void> selected =
             m_bindingStore->setLastSelectedWorkspaceID(workspaceID, selectionContext);
-        !selected)
+        !selected) {
+        m_bindingStore->restoreState(before); // logs on its own if it fails
         return fail(selected.error());
+    }
 
     setLastErrorMessage(std::nullopt);
     // The status names the agent the user saw, not the one the binding was stored under.
