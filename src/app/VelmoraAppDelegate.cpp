@@ -4,19 +4,28 @@
 #include "AppUpdateController.h"
 #include "ContextDetector.h"
 #include "DesktopSession.h"
+#include "FileDialogChooser.h"
+#include "FileManagerReveal.h"
 #include "HotKeyService.h"
 #include "LaunchAtLoginController.h"
+#include "PromptEditorSheet.h"
+#include "PromptImportSheet.h"
+#include "PromptPanelPreferences.h"
 #include "PromptPanelView.h"
+#include "PromptStore.h"
 #include "ReduceMotionSetting.h"
 #include "StatusVelmoraController.h"
 #include "VelmoraRuntime.h"
 #include "X11FloatingWindowService.h"
 #include "ShortcutSettingsStore.h"
 #include "VelmoraMorphContainer.h"
+#include "WorkspaceEditSheet.h"
+#include "WorkspaceEditorSheet.h"
 #include "VelmoraSheetHost.h"
 
 #include <QApplication>
 #include <QDBusConnection>
+#include <QDialog>
 #include <QScreen>
 
 VelmoraAppDelegate::VelmoraAppDelegate(VelmoraRuntime& runtime, QObject* parent)
@@ -52,7 +61,8 @@ void VelmoraAppDelegate::applicationDidFinishLaunching()
     environment.hotKeyPressTimestamp = [registrar = &m_runtime.hotKeyRegistrar()] {
         return registrar->lastPressTimestamp();
     };
-    environment.makeRootView = [runtime = &m_runtime](const PanelRootViewContext& context) -> QWidget* {
+    environment.makeRootView = [runtime = &m_runtime,
+                                fileChooser = std::make_shared<FileDialogChooser>()](const PanelRootViewContext& context) -> QWidget* {
         PromptPanelView::Dependencies panel;
         panel.promptStore = &runtime->promptStore();
         panel.contextDetector = &runtime->contextDetector();
@@ -65,12 +75,53 @@ void VelmoraAppDelegate::applicationDidFinishLaunching()
         panel.variableValueStore = &runtime->variableValueStore();
         panel.hapticPerformer = &runtime->hapticPerformer();
         panel.preferences = &runtime->panelPreferences();
-        auto* content = new PromptPanelView(panel, {});
+
+        PromptPanelView::Environment environment;
+        PromptStore* store = &runtime->promptStore();
+        PromptPanelPreferences* preferences = &runtime->panelPreferences();
+        environment.sheets.promptEditor = [runtime, store, preferences](const PromptPanelView::PromptEditorRequest& request) {
+            return new PromptEditorSheet(*store, {request.context, request.targetWorkspaceID, request.editingPrompt,
+                                                  preferences->textSize(), &runtime->hotKeyService()});
+        };
+        environment.sheets.workspaceEditor = [store, preferences](const AgentContext& bindingContext) {
+            return new WorkspaceEditorSheet(*store, bindingContext, preferences->textSize());
+        };
+        environment.sheets.workspaceEdit = [store, preferences](const PromptWorkspace& workspace) {
+            return new WorkspaceEditSheet(*store, workspace, preferences->textSize());
+        };
+        environment.sheets.promptImporter = [runtime, store, preferences, fileChooser](
+                                                const std::optional<QString>& initialWorkspaceID,
+                                                const AgentContext& bindingContext) -> QWidget* {
+            PromptImportSheet::Dependencies sheet;
+            sheet.promptStore = store;
+            sheet.languageStore = &runtime->languageStore();
+            sheet.preferences = preferences;
+            sheet.fileChooser = fileChooser.get();
+            sheet.initialWorkspaceID = initialWorkspaceID;
+            sheet.bindingContext = bindingContext;
+            // The sheet goes through the host the panel puts it in.
+            auto content = std::make_shared<QPointer<QWidget>>();
+            auto* result = new PromptImportSheet(std::move(sheet), [content] {
+                if (*content)
+                    if (auto* host = qobject_cast<QDialog*>((*content)->window()); host && host != *content)
+                        host->accept();
+            });
+            *content = result;
+            return result;
+        };
+        environment.showInFileManager = &FileManagerReveal::reveal;
+
+        auto* content = new PromptPanelView(panel, std::move(environment));
         content->onLayoutModeChange = context.onLayoutModeChange;
+        content->onSearchQueryChange = context.onSearchQueryChange;
         AppNotifications* notifications = &runtime->notifications();
         connect(content, &PromptPanelView::closeRequested, notifications, &AppNotifications::velmoraRequestClose);
+        connect(content, &PromptPanelView::openSettingsRequested, notifications,
+                &AppNotifications::velmoraRequestOpenSettings);
+        connect(content, &PromptPanelView::openWorkspaceManagerRequested, notifications,
+                &AppNotifications::velmoraRequestOpenWorkspaceManager);
         connect(content, &PromptPanelView::popupVisibilityChanged, content, context.onPopupVisibilityChange);
-        return new VelmoraMorphContainer(*context.morphState, content, nullptr);
+        return new VelmoraMorphContainer(*context.morphState, content, content->toolbar());
     };
     environment.pointerFreezesOutsideOwnWindows = desktopSessionType() == DesktopSessionType::wayland;
     environment.showsTrayIcon = true;

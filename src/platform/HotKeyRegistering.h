@@ -48,4 +48,10 @@ public:
     // The time of the last press handed to the handlers, 0 before the first: window managers take
     // focus requests that carry the time of the event that caused them.
     virtual quint32 lastPressTimestamp() const { return 0; }
+
+    // Lets go of the keys registered so far while a shortcut recorder listens, so that it sees them,
+    // and takes them back; resuming answers the first failure. Facilities whose keys never reach the
+    // application's windows (the desktop's portal) have nothing to let go.
+    virtual void suspendGrabs() {}
+    virtual qint32 resumeGrabs() { return 0; }
 };

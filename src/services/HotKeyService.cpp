@@ -1,9 +1,13 @@
 #include "HotKeyService.h"
 
+#include "AppLog.h"
+
 #include <QMetaObject>
 #include <QPointer>
 
 #include <limits>
+
+using namespace Qt::StringLiterals;
 
 HotKeyService::HotKeyService(HotKeyRegistering* registrar, bool installsEventHandler, QObject* parent)
     : QObject(parent), m_registrar(registrar), m_installsEventHandler(installsEventHandler)
@@ -105,4 +109,20 @@ void HotKeyService::handleHotKeyEvent(quint32 id, quint64 generation)
     const Callback callback = m_callback;
     if (callback)
         callback();
+}
+
+void HotKeyService::suspendForRecording()
+{
+    if (m_recordingSuspensions++ == 0)
+        m_registrar->suspendGrabs();
+}
+
+qint32 HotKeyService::resumeAfterRecording()
+{
+    if (m_recordingSuspensions == 0 || --m_recordingSuspensions > 0)
+        return 0;
+    const qint32 status = m_registrar->resumeGrabs();
+    if (status != 0)
+        AppLog::ui(u"Resume hot key after recording failed status=%1"_s.arg(status));
+    return status;
 }

@@ -31,6 +31,13 @@ public:
     // Gives up the hot key and the press handler, as at termination.
     void stop();
 
+    // While a shortcut recorder listens, the registered combination must reach it and not the panel:
+    // the first suspension lets go of the grab, the last resumption takes it back (a failure is
+    // logged and answered). The registration, its generation and callback stay as they are.
+    void suspendForRecording();
+    qint32 resumeAfterRecording();
+    bool isSuspendedForRecording() const { return m_recordingSuspensions > 0; }
+
     // Calls the callback unless the press belongs to another registration than the one in force.
     void handleHotKeyEvent(quint32 id, quint64 generation);
 
@@ -58,4 +65,5 @@ private:
     std::optional<quint64> m_activeGeneration;
     std::optional<quint32> m_activeEventID;
     bool m_isRunning = false;
+    int m_recordingSuspensions = 0;
 };

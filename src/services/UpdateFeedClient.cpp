@@ -105,7 +105,7 @@ void UpdateFeedClient::startTransfer(Transfer& transfer, const QUrl& url, qint64
     transfer.limit = limit;
     QNetworkReply* reply = m_network->get(request);
     transfer.reply = reply;
-    connect(reply, &QNetworkReply::metaDataChanged, this, [this, &transfer, reply] {
+    connect(reply, &QNetworkReply::metaDataChanged, this, [&transfer, reply] {
         if (transfer.reply != reply)
             return;
         const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);

@@ -68,9 +68,9 @@ void PromptStore::reload(const std::optional<QString>& preservingStatus)
     startReload(preservingStatus, true);
 }
 
-QFuture<void> PromptStore::reloadAndWait()
+QFuture<void> PromptStore::reloadAndWait(const std::optional<QString>& preservingStatus)
 {
-    return startReload(std::nullopt, false);
+    return startReload(preservingStatus, false);
 }
 
 QFuture<void> PromptStore::startReload(const std::optional<QString>& preservedStatus, bool keepsTask)

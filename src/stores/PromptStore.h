@@ -76,7 +76,7 @@ public:
     // Starts a reload and returns at once. A preserved status overrides the load's own report.
     void reload(const std::optional<QString>& preservingStatus = std::nullopt);
     // Finishes when this reload has been published or dropped for a newer one.
-    QFuture<void> reloadAndWait();
+    QFuture<void> reloadAndWait(const std::optional<QString>& preservingStatus = std::nullopt);
 
     // The match paths of all workspaces, in workspace order, duplicates kept.
     QStringList knownWorkspacePaths() const;
@@ -141,6 +141,14 @@ public:
     bool deleteBinding(const QString& id);
     // Trusts the project file's bytes as they are now; any later change withdraws the trust.
     bool trustProjectConfig(const QString& path);
+
+    // --- Packs. Each answers whether it succeeded; statusMessage and lastErrorMessage tell the rest. ---
+
+    // The pack as a new workspace under a free file name, bound to the context's agent when one is
+    // known; a reload follows, keeping the report.
+    bool installPromptPack(const PromptPack& pack, const std::optional<AgentContext>& bindingContext);
+    // A saved user workspace as a pack file at `destination`, never onto the workspace's own file.
+    bool exportPromptPack(const QString& workspaceID, const QString& destination);
 
     // --- Matching: which workspace a context selects, and what the panel shows for it. ---
 

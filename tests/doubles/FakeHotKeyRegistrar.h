@@ -57,6 +57,16 @@ public:
         return registrations.erase(reference) == 1 ? 0 : HotKeyRegistrationStatus::unknownRegistration;
     }
 
+    int suspendCalls = 0;
+    int resumeCalls = 0;
+    qint32 resumeStatus = 0; // returned by resumeGrabs
+    void suspendGrabs() override { ++suspendCalls; }
+    qint32 resumeGrabs() override
+    {
+        ++resumeCalls;
+        return resumeStatus;
+    }
+
     // What the desktop does on a press: every handler hears the id.
     void press(HotKeyID id)
     {

@@ -1,5 +1,6 @@
 #include "HotKeyService.h"
 
+#include "AppLog.h"
 #include "FakeHotKeyRegistrar.h"
 
 #include <QTest>
@@ -275,6 +276,37 @@ private Q_SLOTS:
         handler(HotKeyID{HotKeyService::signature, 2});
         deliverQueuedPresses();
         QVERIFY(registrar.handlers.empty());
+    }
+
+    void recordingSuspendsTheGrabOnceAndKeepsTheRegistration()
+    {
+        FakeHotKeyRegistrar registrar;
+        HotKeyService service(&registrar);
+        int pressed = 0;
+        QCOMPARE(service.registerHotKey(superShiftP, [&] { ++pressed; }), 0);
+        const quint32 generation = service.registrationGeneration();
+        QStringList logged;
+        AppLog::setSinkForTesting([&](AppLog::Category, const QString& line) { logged.append(line); });
+
+        // Two recorders at once: the grab goes with the first and comes back with the last.
+        service.suspendForRecording();
+        service.suspendForRecording();
+        QCOMPARE(registrar.suspendCalls, 1);
+        QCOMPARE(service.resumeAfterRecording(), 0);
+        QCOMPARE(registrar.resumeCalls, 0);
+        QVERIFY(service.isSuspendedForRecording());
+        registrar.resumeStatus = 10; // the key was taken meanwhile
+        QCOMPARE(service.resumeAfterRecording(), 10);
+        QCOMPARE(registrar.resumeCalls, 1);
+        QCOMPARE(service.resumeAfterRecording(), 0); // unbalanced: nothing to take back
+        QCOMPARE(registrar.resumeCalls, 1);
+        QCOMPARE(logged, QStringList{u"Resume hot key after recording failed status=10"_s});
+        AppLog::setSinkForTesting(nullptr);
+
+        QCOMPARE(service.registrationGeneration(), generation);
+        registrar.press(registrar.heldID());
+        deliverQueuedPresses();
+        QCOMPARE(pressed, 1);
     }
 };
 

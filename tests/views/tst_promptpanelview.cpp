@@ -3,15 +3,19 @@
 // the sound and the haptic; the variable form; retry; and the hover preview.
 #include "FakeClipboard.h"
 #include "FakeScheduler.h"
+#include "ContextHeaderView.h"
 #include "PromptGridStageView.h"
 #include "PromptPanelHarness.h"
 #include "PromptStoreFixture.h"
 #include "PromptTilePreviewModifier.h"
 #include "PromptVariableSheet.h"
+#include "VelmoraButton.h"
 #include "VelmoraSheetHost.h"
 #include "VelmoraSymbolButton.h"
 
+#include <QLabel>
 #include <QLineEdit>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -37,6 +41,8 @@ class TestPromptPanelView : public QObject {
     QStringList sounds;
     std::unique_ptr<PromptPanelHarness> h;
     std::unique_ptr<PromptPanelView> panel;
+    QList<PromptPanelView::PromptEditorRequest> editorRequests;
+    QList<std::optional<QString>> importerRequests;
 
     PromptTileView* tile(const QString& id) const { return panel->stage()->tileFor(id); }
     void click(const QString& id) const
@@ -69,6 +75,21 @@ private Q_SLOTS:
                                                      return QDateTime(QDate(2025, 5, 1), QTime(9, 0),
                                                                       Qt::UTC);
                                                  }};
+        editorRequests.clear();
+        importerRequests.clear();
+        const auto sheet = [] {
+            auto* content = new QWidget();
+            content->setFixedSize(200, 100);
+            return content;
+        };
+        environment.sheets.promptEditor = [this, sheet](const PromptPanelView::PromptEditorRequest& request) {
+            editorRequests.append(request);
+            return sheet();
+        };
+        environment.sheets.promptImporter = [this, sheet](const std::optional<QString>& workspace, const AgentContext&) {
+            importerRequests.append(workspace);
+            return sheet();
+        };
         panel = std::make_unique<PromptPanelView>(h->dependencies(), environment);
         panel->resize(484, 600);
         panel->show();
@@ -232,6 +253,99 @@ private Q_SLOTS:
         QVERIFY(!panel->previewPrompt());
         QVERIFY(!preview->isPresented());
         QVERIFY(!panel->selectedPromptID());
+    }
+
+    void theToolbarOffersWhatCanBeDone()
+    {
+        VelmoraButton* add = panel->addPromptButton();
+        QVERIFY(add->isVisible());
+        QCOMPARE(add->label().title, u"Prompt"_s);
+        QVERIFY(!add->isEnabled());
+        QCOMPARE(add->toolTip(), text("help.add.prompt.disabled"));
+        h->languages->setSelection(AppLanguage::zhHans);
+        QTRY_COMPARE(panel->settingsButton()->label().title,
+                     L10n::text(u"action.settings"_s, AppLanguage::zhHans));
+        QCOMPARE(add->label().title, u"Prompt"_s);
+
+        QSignalSpy manager(panel.get(), &PromptPanelView::openWorkspaceManagerRequested);
+        QSignalSpy settings(panel.get(), &PromptPanelView::openSettingsRequested);
+        QTest::mouseClick(panel->workspaceButton(), Qt::LeftButton);
+        QCOMPARE(manager.size(), 1);
+        QVERIFY(!manager.at(0).at(0).isValid()); // no active workspace
+        QTest::mouseClick(panel->settingsButton(), Qt::LeftButton);
+        QCOMPARE(settings.size(), 1);
+
+        QTest::mouseClick(panel->importButton(), Qt::LeftButton);
+        QCOMPARE(importerRequests, (QList<std::optional<QString>>{std::nullopt}));
+        QVERIFY(panel->showPromptImporter() && h->morph->isInteractionLocked());
+        panel->sheetHost()->reject();
+        QVERIFY(!panel->showPromptImporter() && !h->morph->isInteractionLocked());
+
+        const QString folder = f.makeFolder(u"shop"_s);
+        const std::optional<PromptWorkspace> shop = f.store->createWorkspace(u"Shop"_s, folder);
+        QVERIFY(shop);
+        AgentContext context;
+        context.agent = AgentType::vscode;
+        context.frontmostAppName = u"Code"_s;
+        context.workspacePath = folder;
+        h->morph->setPinnedContext(context);
+        QTRY_VERIFY(add->isEnabled());
+        QCOMPARE(add->toolTip(), L10n::text(u"help.add.prompt.enabled"_s, AppLanguage::zhHans));
+        QTest::mouseClick(add, Qt::LeftButton);
+        QCOMPARE(editorRequests.size(), 1);
+        QCOMPARE(editorRequests.at(0).targetWorkspaceID, shop->id);
+        QVERIFY(!editorRequests.at(0).editingPrompt);
+        QVERIFY(panel->showPromptEditor() && h->morph->isInteractionLocked());
+        panel->sheetHost()->accept();
+        QVERIFY(!panel->showPromptEditor() && !h->morph->isInteractionLocked());
+        QTest::mouseClick(panel->workspaceButton(), Qt::LeftButton);
+        QCOMPARE(manager.at(1).at(0), QVariant(shop->id));
+    }
+
+    void aDeleteIsConfirmedCancelledOrRefused()
+    {
+        const QString folder = f.makeFolder(u"shop"_s);
+        const std::optional<PromptWorkspace> shop = f.store->createWorkspace(u"Shop"_s, folder);
+        QVERIFY(shop && f.store->addPrompt(prompt(u"w1"_s), shop->id) && f.store->addPrompt(prompt(u"w2"_s), shop->id));
+        AgentContext context;
+        context.agent = AgentType::vscode;
+        context.workspacePath = folder;
+        h->morph->setPinnedContext(context);
+        QTRY_VERIFY(tile(u"w1"_s));
+        click(u"w1"_s);
+        click(u"w2"_s);
+        const auto answer = [this](const char* key) {
+            const QList<VelmoraButton*> buttons = panel->sheetHost()->findChildren<VelmoraButton*>();
+            for (VelmoraButton* button : buttons) {
+                if (button->text() == text(key)) {
+                    QVERIFY(!button->isDefault());
+                    button->click();
+                }
+            }
+        };
+
+        panel->requestDelete(prompt(u"w1"_s));
+        QVERIFY(panel->isDeleteConfirmationPresented());
+        answer("action.cancel");
+        QVERIFY(!panel->isDeleteConfirmationPresented() && !h->morph->isInteractionLocked());
+        QCOMPARE(uses(u"w1"_s), 1);
+
+        panel->requestDelete(prompt(u"w1"_s));
+        answer("action.delete");
+        QVERIFY(!panel->isDeleteConfirmationPresented());
+        QVERIFY(!idsOf(f.store->workspaces().constFirst().prompts).contains(u"w1"_s));
+        QCOMPARE(uses(u"w1"_s), 0);
+
+        // The file became a folder: the store refuses, and nothing is lost.
+        QVERIFY(QFile::remove(*f.store->workspaces().constFirst().fileURL));
+        QVERIFY(QDir().mkpath(*f.store->workspaces().constFirst().fileURL));
+        panel->requestDelete(prompt(u"w2"_s));
+        answer("action.delete");
+        QVERIFY(!panel->isDeleteConfirmationPresented() && !h->morph->isInteractionLocked());
+        QVERIFY(idsOf(f.store->workspaces().constFirst().prompts).contains(u"w2"_s));
+        QCOMPARE(uses(u"w2"_s), 1);
+        QVERIFY(f.store->lastErrorMessage());
+        QTRY_COMPARE(panel->header()->errorLabel()->text(), *f.store->lastErrorMessage());
     }
 };
 

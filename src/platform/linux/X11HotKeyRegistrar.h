@@ -35,8 +35,8 @@ public:
     // Lets go of the keys registered so far, so that a shortcut recorder sees them; registrations
     // made meanwhile grab as usual. Resuming grabs the suspended ones again and answers the first
     // failure (the key may have been taken meanwhile); such a registration stays without a key.
-    void suspendGrabs();
-    qint32 resumeGrabs();
+    void suspendGrabs() override;
+    qint32 resumeGrabs() override;
 
     // Presses are delivered on this object's thread, from its event loop.
     qint32 installEventHandler(PressHandler handler, HotKeyHandlerReference& reference) override;
