@@ -7,6 +7,7 @@
 #include "FileDialogChooser.h"
 #include "FileManagerReveal.h"
 #include "HotKeyService.h"
+#include "LinuxDesktopSessionProbe.h"
 #include "LaunchAtLoginController.h"
 #include "PromptEditorSheet.h"
 #include "PromptImportSheet.h"
@@ -14,6 +15,7 @@
 #include "PromptPanelView.h"
 #include "PromptStore.h"
 #include "ReduceMotionSetting.h"
+#include "SettingsWindowController.h"
 #include "StatusVelmoraController.h"
 #include "VelmoraRuntime.h"
 #include "X11FloatingWindowService.h"
@@ -22,6 +24,7 @@
 #include "WorkspaceEditSheet.h"
 #include "WorkspaceEditorSheet.h"
 #include "VelmoraSheetHost.h"
+#include "WelcomeGuideController.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -129,8 +132,10 @@ void VelmoraAppDelegate::applicationDidFinishLaunching()
     m_velmoraController = std::make_unique<StatusVelmoraController>(dependencies, environment);
     // A desktop that binds keys itself (the portal) answers after the registration: its answer is the
     // hot key's status.
-    m_runtime.hotKeyRegistrar().setAnswerHandler([this](HotKeyID, qint32 status, const QString&) {
-        QMetaObject::invokeMethod(this, [this, status] {
+    m_runtime.hotKeyRegistrar().setAnswerHandler([this](HotKeyID, qint32 status, const QString& trigger) {
+        QMetaObject::invokeMethod(this, [this, status, trigger] {
+            if (m_desktopProbe)
+                m_desktopProbe->setTriggerDescription(trigger);
             ShortcutSettingsStore& store = m_runtime.shortcutStore();
             const PromptKeyboardShortcut shortcut = store.togglePanelShortcut();
             store.setHotKeyStatus(status == 0 ? HotKeyStatus::registered(shortcut)
@@ -158,6 +163,7 @@ void VelmoraAppDelegate::applicationDidFinishLaunching()
         QMetaObject::invokeMethod(controller, &StatusVelmoraController::placeStatusItem, Qt::QueuedConnection);
     });
 
+    makeAuxiliaryWindows();
     m_runtime.appUpdateController().startAutomaticChecksIfConfigured();
 }
 

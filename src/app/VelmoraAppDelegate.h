@@ -6,9 +6,12 @@
 #include <memory>
 
 class FloatingWindowServicing;
+class LinuxDesktopSessionProbe;
 class ReduceMotionSetting;
+class SettingsWindowController;
 class StatusVelmoraController;
 class VelmoraRuntime;
+class WelcomeGuideController;
 
 class VelmoraAppDelegate : public QObject {
     Q_OBJECT
@@ -21,10 +24,18 @@ public:
     void applicationWillTerminate();
 
     StatusVelmoraController* velmoraController() const { return m_velmoraController.get(); }
+    SettingsWindowController* settingsWindow() const { return m_settingsWindow.get(); }
+    WelcomeGuideController* welcomeGuide() const { return m_welcomeGuide.get(); }
 
 private:
+    // The settings window and the welcome guide, and the launch task that decides on the guide.
+    void makeAuxiliaryWindows();
+
     VelmoraRuntime& m_runtime;
     std::unique_ptr<FloatingWindowServicing> m_windowSystem;
     std::unique_ptr<ReduceMotionSetting> m_reduceMotion;
     std::unique_ptr<StatusVelmoraController> m_velmoraController;
+    std::unique_ptr<LinuxDesktopSessionProbe> m_desktopProbe;
+    std::unique_ptr<SettingsWindowController> m_settingsWindow;
+    std::unique_ptr<WelcomeGuideController> m_welcomeGuide;
 };

@@ -69,6 +69,12 @@ void PromptVariableValueStore::record(const QString& value, const QString& name,
     m_defaults->setValue(QString::fromLatin1(defaultsKey), encode(m_records));
 }
 
+void PromptVariableValueStore::removeAll()
+{
+    m_records.clear();
+    m_defaults->remove(QString::fromLatin1(defaultsKey));
+}
+
 void PromptVariableValueStore::removeOldestRecordsIfNeeded()
 {
     while (m_records.size() > recordLimit) {

@@ -28,6 +28,8 @@ public:
     std::optional<QString> value(const QString& name) const;
     // An empty value or a blank name changes nothing.
     void record(const QString& value, const QString& name, const QDateTime& updatedAt);
+    // Forgets every value and removes the preference.
+    void removeAll();
 
     const QList<PromptVariableRecentValue>& records() const { return m_records; }
 

@@ -82,6 +82,9 @@ public:
     QStringList knownWorkspacePaths() const;
     QList<PromptSection> promptSections(const QList<PromptItem>& prompts) const;
     void setSortMode(PromptSortMode mode);
+    // Each writes its preference and takes effect at once: the next match follows it.
+    void setAdvancedAutomaticMatchingEnabled(bool enabled);
+    void setProjectConfigsEnabled(bool enabled);
     QList<PromptWorkspace>
     workspaceManagerWorkspaces(const QList<PromptWorkspace>& extraWorkspaces = {}) const;
 
