@@ -38,7 +38,7 @@ bool VelmoraDBusService::registerOnSessionBus()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        AppLog::ui(u"Connect session bus failed error=%1"_s.arg(bus.lastError().name()));
+        AppLog::ui(u"Connect session bus failed code=%1"_s.arg(int(bus.lastError().type())));
         return true;
     }
     if (!bus.registerService(QString::fromLatin1(serviceName)))

@@ -123,6 +123,6 @@ qint32 HotKeyService::resumeAfterRecording()
         return 0;
     const qint32 status = m_registrar->resumeGrabs();
     if (status != 0)
-        AppLog::ui(u"Resume hot key after recording failed status=%1"_s.arg(status));
+        AppLog::ui(u"Resume hot key after recording failed code=%1"_s.arg(status));
     return status;
 }

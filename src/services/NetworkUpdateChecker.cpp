@@ -125,8 +125,7 @@ void NetworkUpdateChecker::checkFinished(const UpdateCheckOutcome& outcome)
     const bool withWindow = m_runningWithWindow;
     m_runningWithWindow = false;
     if (outcome.kind == UpdateCheckOutcome::Kind::failed && outcome.failure) {
-        AppLog::ui(u"Check for updates failed reason=%1 error=%2"_s.arg(toRawValue(*outcome.failure),
-                                                                        AppLog::errorSummary(outcome.error)));
+        AppLog::ui(u"Check for updates failed error=%1"_s.arg(AppLog::errorSummary(outcome.error)));
     }
     if (outcome.announcement)
         announce(*outcome.announcement, withWindow);

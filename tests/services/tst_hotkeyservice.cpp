@@ -300,7 +300,7 @@ private Q_SLOTS:
         QCOMPARE(registrar.resumeCalls, 1);
         QCOMPARE(service.resumeAfterRecording(), 0); // unbalanced: nothing to take back
         QCOMPARE(registrar.resumeCalls, 1);
-        QCOMPARE(logged, QStringList{u"Resume hot key after recording failed status=10"_s});
+        QCOMPARE(logged, QStringList{u"Resume hot key after recording failed code=10"_s});
         AppLog::setSinkForTesting(nullptr);
 
         QCOMPARE(service.registrationGeneration(), generation);

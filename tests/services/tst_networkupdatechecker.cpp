@@ -221,7 +221,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_log.size(), 1);
         QCOMPARE(
             m_log.first(),
-            u"Check for updates failed reason=signature error=UpdateCheckError domain=app.velmora.update code=11"_s);
+            u"Check for updates failed error=UpdateCheckError domain=app.velmora.update code=11"_s);
         QCOMPARE(m_presenter.checkingShown, 0);
         QVERIFY(m_presenter.outcomes.isEmpty());
         QVERIFY(m_notifier.notifications.isEmpty());

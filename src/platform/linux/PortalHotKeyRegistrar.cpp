@@ -169,15 +169,14 @@ void PortalHotKeyRegistrar::Private::request(HotKeyReference reference, const QS
     call.setArguments(arguments);
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), owner);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, owner,
-                     [this, reference, path, method](QDBusPendingCallWatcher* finished) {
+                     [this, reference, path](QDBusPendingCallWatcher* finished) {
                          finished->deleteLater();
                          const QDBusPendingReply<QDBusObjectPath> reply = *finished;
                          Binding* binding = find(reference);
                          if (!binding || binding->requestPath != path)
                              return; // given up meanwhile
                          if (reply.isError()) {
-                             AppLog::ui(u"Portal hot key request failed method=%1 error=%2"_s.arg(
-                                 method, reply.error().name()));
+                             AppLog::ui(u"Portal hot key request failed code=%1"_s.arg(int(reply.error().type())));
                              fail(reference, HotKeyRegistrationStatus::refusedByDesktop);
                              return;
                          }

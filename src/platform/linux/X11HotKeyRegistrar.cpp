@@ -251,7 +251,7 @@ void X11HotKeyRegistrar::Private::renewGrabs()
             continue;
         const qint32 status = fillAndGrab(registration);
         if (status != 0)
-            AppLog::ui(u"Renew hot key grab failed id=%1 status=%2"_s.arg(registration.id.id).arg(status));
+            AppLog::ui(u"Renew hot key grab failed code=%1"_s.arg(status));
     }
     xcb_flush(connection);
     Q_EMIT owner->grabsRenewed();
@@ -296,7 +296,7 @@ void X11HotKeyRegistrar::Private::processEvents()
             return; // a handler gave up the connection
     }
     if (xcb_connection_has_error(connection)) {
-        AppLog::ui(u"X11 hot key connection lost error=%1"_s.arg(xcb_connection_has_error(connection)));
+        AppLog::ui(u"X11 hot key connection lost code=%1"_s.arg(xcb_connection_has_error(connection)));
         disconnect();
         return;
     }
@@ -397,7 +397,7 @@ qint32 X11HotKeyRegistrar::resumeGrabs()
         const qint32 status =
             d->connection ? d->fillAndGrab(registration) : HotKeyRegistrationStatus::unavailable;
         if (status != 0) {
-            AppLog::ui(u"Resume hot key grab failed id=%1 status=%2"_s.arg(registration.id.id).arg(status));
+            AppLog::ui(u"Resume hot key grab failed code=%1"_s.arg(status));
             if (firstFailure == 0)
                 firstFailure = status;
         }
@@ -430,7 +430,7 @@ qint32 X11HotKeyRegistrar::registerHotKey(const PromptKeyboardShortcut& shortcut
     const qint32 status = d->fillAndGrab(registration);
     // A connection that broke on the way answers every check with success; nothing was grabbed.
     if (const int error = xcb_connection_has_error(d->connection)) {
-        AppLog::ui(u"X11 hot key connection lost error=%1"_s.arg(error));
+        AppLog::ui(u"X11 hot key connection lost code=%1"_s.arg(error));
         d->disconnect();
         return HotKeyRegistrationStatus::unavailable;
     }

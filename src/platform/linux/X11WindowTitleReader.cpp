@@ -48,8 +48,7 @@ WindowTitleReadResult X11WindowTitleReader::readFrontWindowTitle()
     if (!connection) {
         // A lasting state of the session, not a passing failure: one line in the log is enough.
         if (!m_loggedUnavailable) {
-            AppLog::context(
-                u"Window title X11 unavailable session=%1"_s.arg(toRawValue(m_provider.session())));
+            AppLog::context(u"Window title X11 unavailable"_s);
             m_loggedUnavailable = true;
         }
         result.errorMessage = L10n::text(u"error.window.title.script.init"_s);
