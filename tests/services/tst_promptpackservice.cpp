@@ -142,7 +142,7 @@ private Q_SLOTS:
         } else if (source == u"read-failure") {
             path = u"/proc/self/mem"_s;
         } else if (source != u"missing") {
-            path = QFINDTESTDATA(u"../data/packs/"_s + source + u".velmora-pack.yaml"_s);
+            path = QFINDTESTDATA(u"data/packs/"_s + source + u".velmora-pack.yaml"_s);
         }
         const auto before = snapshot(library());
         const auto preview = service().parseImportPreviewAt(path);
@@ -180,7 +180,7 @@ private Q_SLOTS:
     void previewReadsThePack()
     {
         const auto preview =
-            service().parseImportPreviewAt(QFINDTESTDATA("../data/packs/valid.velmora-pack.yaml"));
+            service().parseImportPreviewAt(QFINDTESTDATA("data/packs/valid.velmora-pack.yaml"));
         QVERIFY2(preview, qPrintable(preview.error().description));
         const PromptPack& pack = preview->pack;
         // A tab in a single-line value becomes a blank; the version is any text.

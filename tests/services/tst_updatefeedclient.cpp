@@ -373,9 +373,7 @@ private Q_SLOTS:
     {
         if (QStandardPaths::findExecutable(u"openssl"_s).isEmpty())
             QSKIP("openssl is not installed (package openssl)");
-        const QString script = QFileInfo(QString::fromUtf8(__FILE__))
-                                   .absoluteDir()
-                                   .filePath(u"../../scripts/sign-update-feed"_s);
+        const QString script = QStringLiteral(QT_TESTCASE_SOURCEDIR "/../scripts/sign-update-feed");
         QVERIFY(QFileInfo(script).isExecutable());
         QTemporaryDir dir;
         const QString keyPath = dir.filePath(u"key.pem"_s);

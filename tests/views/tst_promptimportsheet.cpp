@@ -68,7 +68,7 @@ class TestPromptImportSheet : public QObject {
 
     QString pack(const char* name) const
     {
-        return QFINDTESTDATA(u"../data/packs/"_s + QString::fromLatin1(name) + u".velmora-pack.yaml"_s);
+        return QFINDTESTDATA(u"data/packs/"_s + QString::fromLatin1(name) + u".velmora-pack.yaml"_s);
     }
 
     void drop(PromptImportTextEditor* editor, const QString& path)

@@ -187,10 +187,10 @@ private Q_SLOTS:
 
         sheet = openSheet();
         QVERIFY(sheet);
-        choosePackInDialog(sheet, QFINDTESTDATA("../data/packs/unknown-agent.velmora-pack.yaml"));
+        choosePackInDialog(sheet, QFINDTESTDATA("data/packs/unknown-agent.velmora-pack.yaml"));
         QVERIFY(sheet->packError());
         saveShot(m_host, u"error-"_s + suffix);
-        choosePackInDialog(sheet, QFINDTESTDATA("../data/packs/valid.velmora-pack.yaml"));
+        choosePackInDialog(sheet, QFINDTESTDATA("data/packs/valid.velmora-pack.yaml"));
         QVERIFY(sheet->packPreview());
         saveShot(m_host, u"pack-"_s + suffix);
         QVERIFY(click(sheet->installButton()));
