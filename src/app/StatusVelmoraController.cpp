@@ -15,6 +15,7 @@
 #include "VelmoraMorphMask.h"
 #include "VelmoraPanel.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QCursor>
 #include <QDBusConnection>
@@ -375,6 +376,10 @@ void StatusVelmoraController::givePanelFocus()
         m_panel->activateWindow();
         return;
     }
+    // Hidden and shown again before the X server reported the focus leaving, the panel is still
+    // Qt's focus window: no focus change comes, so Qt would never make it active again.
+    if (QGuiApplication::focusWindow() == m_panel->windowHandle() && QApplication::activeWindow() != m_panel.get())
+        QApplication::setActiveWindow(m_panel.get());
     const quint64 panelWindow = quint64(m_panel->winId());
     const quint64 active = windowSystem->activeWindow();
     // Focus goes back at the close to whoever had it before the panel first took it.

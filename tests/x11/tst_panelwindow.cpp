@@ -312,7 +312,8 @@ private Q_SLOTS:
         global.close();
         QFile settings(m_home.filePath(u".config/Velmora/Velmora.conf"_s));
         QVERIFY(settings.open(QIODevice::WriteOnly));
-        settings.write("[General]\nVelmora.hoverOpenEnabled.v1=true\n");
+        // The welcome guide of a first run would take the focus this test follows.
+        settings.write("[General]\nVelmora.hoverOpenEnabled.v1=true\nVelmora.firstRunWelcomeCompleted.v1=true\n");
         settings.close();
 
         m_windowManager = startProcess(u"openbox"_s, {});
