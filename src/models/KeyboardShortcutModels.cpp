@@ -437,9 +437,14 @@ std::optional<PromptKeyboardShortcut> PromptKeyboardShortcut::decodeJson(const Q
 std::optional<int> PromptTileShortcut::numberIndex(const ShortcutKeyEvent& event)
 {
     const QString characters = event.charactersIgnoringModifiers();
-    if (characters.size() != 1 || characters[0] < u'1' || characters[0] > u'9')
+    if (characters.size() == 1 && characters[0] >= u'1' && characters[0] <= u'9')
+        return characters[0].unicode() - u'1';
+    // With Shift the key gives its symbol ("!"); the key that carries it is the digit.
+    const std::optional<quint32> code = event.keyCode();
+    const std::optional<ShortcutKeys::QtKey> key = code ? ShortcutKeys::qtKey(*code) : std::nullopt;
+    if (!key || key->key < Qt::Key_1 || key->key > Qt::Key_9)
         return std::nullopt;
-    return characters[0].unicode() - u'1';
+    return key->key - Qt::Key_1;
 }
 
 QString PromptTileShortcut::modifierDisplay() const

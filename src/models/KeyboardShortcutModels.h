@@ -103,7 +103,8 @@ struct PromptTileShortcut {
 
     bool operator==(const PromptTileShortcut&) const = default;
 
-    // The digit 1 to 9 of the key pressed, as 0 to 8; absent for any other key.
+    // The digit 1 to 9 of the key pressed, as 0 to 8: Shift's symbol is read as its digit (Ctrl+Shift+1
+    // on a US layout is 1), keypad digits too. Absent for any other key.
     static std::optional<int> numberIndex(const ShortcutKeyEvent& event);
 
     // The modifiers, ready to be followed by a digit: "Ctrl+" for command.

@@ -120,6 +120,7 @@ void FirstRunChecklistView::rebuildRows()
         auto* label = new QLabel(m_store.text(stepTextKey(step)), this);
         label->setObjectName(u"text."_s + toRawValue(step));
         label->setFont(textStyleFont(PromptTextStyle::body, size));
+        label->setWordWrap(true); // the action keeps its whole title; the step's text wraps
         row->addWidget(label, 1);
         VelmoraButton* action = nullptr;
         if (!completed && step == FirstRunStep::workspace) {

@@ -98,7 +98,8 @@ void PromptGridStageView::layoutSections()
     const QList<PromptSection>& sections = m_state.snapshot.sections;
     m_sectionTops.resize(sections.size());
     m_sectionHeights.resize(sections.size());
-    int y = verticalPadding;
+    const int header = headerHeight();
+    int y = verticalPadding + (header > 0 ? header + sectionSpacing : 0);
     for (qsizetype index = 0; index < sections.size(); ++index) {
         if (index > 0)
             y += sectionSpacing;
@@ -128,6 +129,41 @@ void PromptGridStageView::scrollToContent(int y)
     verticalScrollBar()->setValue(y);
 }
 
+void PromptGridStageView::setHeader(QWidget* header)
+{
+    if (m_header == header)
+        return;
+    if (m_header)
+        m_header->removeEventFilter(this);
+    m_header = header;
+    if (header) {
+        header->setParent(viewport());
+        header->installEventFilter(this);
+    }
+    layoutSections();
+    bindTiles();
+}
+
+int PromptGridStageView::headerHeight() const
+{
+    if (!m_header || m_header->isHidden())
+        return 0;
+    const int width = PromptPanelLayout::rowWidth(m_state.layoutMode);
+    return m_header->hasHeightForWidth() ? m_header->heightForWidth(width) : m_header->sizeHint().height();
+}
+
+bool PromptGridStageView::eventFilter(QObject* watched, QEvent* event)
+{
+    const QEvent::Type type = event->type();
+    if (watched == m_header && (type == QEvent::LayoutRequest || type == QEvent::ShowToParent ||
+                                type == QEvent::HideToParent)) {
+        layoutSections();
+        bindTiles();
+        viewport()->update();
+    }
+    return QAbstractScrollArea::eventFilter(watched, event);
+}
+
 PromptTileView* PromptGridStageView::takeSpareTile()
 {
     if (!m_spare.isEmpty())
@@ -146,6 +182,9 @@ void PromptGridStageView::bindTiles()
         PromptPanelLayout::tileSize(m_state.layoutMode).height() + PromptPanelLayout::tileSpacing;
     const int top = viewTop() - overscan;
     const int bottom = viewTop() + viewport()->height() + overscan;
+    if (const int header = headerHeight(); header > 0)
+        m_header->setGeometry(PromptTileView::shadowMargin, verticalPadding - viewTop(),
+                              PromptPanelLayout::rowWidth(m_state.layoutMode), header);
 
     // The prompts in the band, by key; their tiles are kept, every other tile is free to take.
     QHash<QString, Binding> next;

@@ -8,6 +8,7 @@
 
 #include <QAbstractScrollArea>
 #include <QHash>
+#include <QPointer>
 
 class PromptPanelLayoutPicker;
 class PromptTilePreviewModifier;
@@ -41,6 +42,9 @@ public:
     int sectionTop(qsizetype index) const { return m_sectionTops.value(index); }
     // Scrolls so that the content from `y` on is at the top, as far as the content allows.
     void scrollToContent(int y);
+    // A widget above the sections that scrolls with them, as wide as a row; null for none. The stage
+    // takes it as a child and follows its size and visibility.
+    void setHeader(QWidget* header);
 
     QSize sizeHint() const override;
 
@@ -52,6 +56,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     struct Binding {
@@ -66,6 +71,7 @@ private:
     void updateScrollBar();
     PromptTileView* takeSpareTile();
     int viewTop() const;
+    int headerHeight() const;
 
     PromptStageState m_state;
     PromptSectionCallbacks m_callbacks;
@@ -77,4 +83,5 @@ private:
     QList<PromptTileView*> m_spare;
     PromptPanelLayoutPicker* m_picker = nullptr;
     PromptTilePreviewModifier* m_preview = nullptr;
+    QPointer<QWidget> m_header;
 };

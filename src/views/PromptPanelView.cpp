@@ -7,8 +7,10 @@
 #include "ContextHeaderView.h"
 #include "EmptyPromptView.h"
 #include "FirstRunChecklistStore.h"
+#include "FirstRunChecklistView.h"
 #include "HapticFeedbackPerforming.h"
 #include "PanelRenderSnapshotBuilder.h"
+#include "PromptPackService.h"
 #include "PromptCopySoundPlayer.h"
 #include "PromptEditorSheet.h"
 #include "PromptGridStageView.h"
@@ -151,22 +153,33 @@ PromptPanelView::PromptPanelView(const Dependencies& dependencies, Environment e
     searchRows->addWidget(m_picker);
     column->addLayout(searchRows);
 
-    if (m_environment.makeFirstRunChecklist) {
-        m_checklist = m_environment.makeFirstRunChecklist(*this);
-        column->addWidget(m_checklist);
-        connect(&m_firstRunChecklistStore, &FirstRunChecklistStore::isDismissedChanged, this,
-                &PromptPanelView::scheduleRender);
-    }
+    FirstRunChecklistView::Actions checklist;
+    checklist.onOpenWorkspaceManager = [this] { requestWorkspaceManager(); };
+    checklist.onBindWorkspace = [this](const QString& id) { m_promptStore.bindContext(context(), id); };
+    checklist.onDismiss = [this] { m_firstRunChecklistStore.setDismissed(true); };
+    m_checklist = new FirstRunChecklistView(m_promptStore, m_firstRunChecklistStore, [this] { return context(); },
+                                            std::move(checklist), this);
+    connect(&m_firstRunChecklistStore, &FirstRunChecklistStore::isDismissedChanged, this,
+            &PromptPanelView::scheduleRender);
 
     m_stage = new PromptGridStageView(this);
     VelmoraAppearance::apply(m_stage);
     column->addWidget(m_stage, 1);
+    m_stage->setHeader(m_checklist);
     m_emptyView = new EmptyPromptView(this);
     m_emptyView->hide();
+    m_emptyHeaderRow = new QHBoxLayout();
+    m_emptyHeaderRow->setContentsMargins(PromptGridStageView::horizontalInset, 0, PromptGridStageView::horizontalInset,
+                                         0);
+    column->addLayout(m_emptyHeaderRow);
     column->addWidget(m_emptyView, 1);
     connect(m_emptyView, &EmptyPromptView::popupVisibilityChanged, this, &PromptPanelView::popupVisibilityChanged);
     EmptyPromptView::Callbacks empty;
-    empty.onInstallBuiltInPack = m_environment.installBuiltInPack;
+    empty.onInstallBuiltInPack = [this] {
+        const QList<PromptPack>& packs = PromptPackService::builtInPacks(m_languageStore.effectiveLanguage());
+        if (!packs.isEmpty())
+            m_promptStore.installPromptPack(packs.first(), std::nullopt);
+    };
     empty.onClearSearch = [this] {
         setSearchText(QString());
         focusSearchWhenReady();
@@ -406,6 +419,14 @@ void PromptPanelView::render()
                               m_promptStore.workspaces().isEmpty(), language, m_preferences.textSize());
     m_emptyView->setVisible(empty);
     m_stage->setVisible(!empty);
+    // The card scrolls with the prompts, and stands above an empty state.
+    if (empty && m_checklist->parentWidget() != this) {
+        m_stage->setHeader(nullptr);
+        m_emptyHeaderRow->addWidget(m_checklist);
+    } else if (!empty && m_checklist->parentWidget() == this) {
+        m_emptyHeaderRow->removeWidget(m_checklist);
+        m_stage->setHeader(m_checklist);
+    }
 
     const QStringList ids = m_snapshot.visiblePromptIDs();
     if (ids != m_visibleIDs) {

@@ -26,6 +26,7 @@ class ContextDetector;
 class ContextHeaderView;
 class EmptyPromptView;
 class FirstRunChecklistStore;
+class FirstRunChecklistView;
 class HapticFeedbackPerforming;
 class PromptActionService;
 class PromptCopySoundPlayer;
@@ -34,6 +35,7 @@ class PromptPanelPreferences;
 class PromptStore;
 class PromptVariableSheet;
 class PromptVariableValueStore;
+class QHBoxLayout;
 class QVBoxLayout;
 class SearchVelmoraView;
 class ShortcutSettingsStore;
@@ -93,12 +95,8 @@ public:
         Scheduler schedule;
         std::function<QDateTime()> now;
         Sheets sheets = {};
-        // Installs the first built-in pack of the interface language.
-        std::function<void()> installBuiltInPack = {};
         // Shows a file in the desktop's file manager.
         std::function<void(const QString& path)> showInFileManager = {};
-        // The first-run checklist card above the prompts while it isn't dismissed.
-        std::function<QWidget*(PromptPanelView& panel)> makeFirstRunChecklist = {};
     };
 
     PromptPanelView(const Dependencies& dependencies, Environment environment, QWidget* parent = nullptr);
@@ -241,7 +239,8 @@ private:
     QList<PromptConfigIssue> m_shownIssues;
     SearchVelmoraView* m_search = nullptr;
     WorkspacePickerView* m_picker = nullptr;
-    QWidget* m_checklist = nullptr;
+    FirstRunChecklistView* m_checklist = nullptr;
+    QHBoxLayout* m_emptyHeaderRow = nullptr; // holds the card above an empty state
     PromptGridStageView* m_stage = nullptr;
     EmptyPromptView* m_emptyView = nullptr;
     QWidget* m_toolbar = nullptr;

@@ -877,21 +877,9 @@ QStringList SettingsView::desktopLines(const DesktopSessionReport& report, AppLa
             text(u"linux.desktop.haptics"_s)};
 }
 
-std::optional<int> SettingsView::tileDigit(const ShortcutKeyEvent& event)
-{
-    if (const std::optional<int> index = PromptTileShortcut::numberIndex(event))
-        return index;
-    // With Shift the key gives its symbol ("!"); the key that carries it is the digit.
-    const std::optional<quint32> code = event.keyCode();
-    const std::optional<ShortcutKeys::QtKey> key = code ? ShortcutKeys::qtKey(*code) : std::nullopt;
-    if (!key || key->key < Qt::Key_1 || key->key > Qt::Key_9)
-        return std::nullopt;
-    return key->key - Qt::Key_1;
-}
-
 std::optional<PromptTileShortcut> SettingsView::tileShortcutFromEvent(const ShortcutKeyEvent& event)
 {
-    if (!tileDigit(event))
+    if (!PromptTileShortcut::numberIndex(event))
         return std::nullopt;
     const quint64 modifiers = event.modifierFlags() & (ShortcutModifiers::shift | ShortcutModifiers::control |
                                                        ShortcutModifiers::option | ShortcutModifiers::command);

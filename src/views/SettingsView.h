@@ -93,8 +93,6 @@ public:
                                       AppLanguage language);
     // One line per fact of "This desktop", in order.
     static QStringList desktopLines(const DesktopSessionReport& report, AppLanguage language);
-    // The tile digit of a key press, Shift's symbol read as its digit, keypad digits too.
-    static std::optional<int> tileDigit(const ShortcutKeyEvent& event);
     static std::optional<PromptTileShortcut> tileShortcutFromEvent(const ShortcutKeyEvent& event);
     static QString tileDisplayString(const PromptTileShortcut& shortcut);
 

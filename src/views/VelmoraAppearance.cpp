@@ -1,7 +1,9 @@
 #include "VelmoraAppearance.h"
 
+#include "VelmoraColors.h"
 #include "VelmoraDesignTokens.h"
 
+#include <QScrollBar>
 #include <QStyleFactory>
 #include <QWidget>
 
@@ -52,4 +54,15 @@ void VelmoraAppearance::apply(QWidget* widget)
             child->setStyle(fusion);
     }
     widget->setPalette(dark());
+    // Thin rounded scroll bars without arrows, quiet on the dark glass.
+    static const QString slim =
+        u"QScrollBar:vertical { background: transparent; width: 10px; margin: 2px 2px 2px 0; }"
+        "QScrollBar::handle:vertical { background: %1; border-radius: 4px; min-height: 28px; }"
+        "QScrollBar::handle:vertical:hover { background: %2; }"
+        "QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }"
+        "QScrollBar::add-page, QScrollBar::sub-page { background: transparent; }"_s.arg(
+            VelmoraColors::white(0.22).name(QColor::HexArgb), VelmoraColors::white(0.36).name(QColor::HexArgb));
+    const auto bars = widget->findChildren<QScrollBar*>();
+    for (QScrollBar* bar : bars)
+        bar->setStyleSheet(slim);
 }

@@ -291,7 +291,10 @@ void TestKeyboardShortcutModels::numberIndex_data()
             << int(Qt::Key_0 + digit) << int(Qt::ControlModifier) << QString() << digit - 1;
     QTest::newRow("0") << int(Qt::Key_0) << int(Qt::ControlModifier) << u"0"_s << -1;
     QTest::newRow("keypad 5") << int(Qt::Key_5) << int(Qt::KeypadModifier) << u"5"_s << 4;
-    QTest::newRow("Shift+1 types !") << int(Qt::Key_Exclam) << int(Qt::ShiftModifier) << u"!"_s << -1;
+    QTest::newRow("Shift+1 types ! and is 1") << int(Qt::Key_Exclam) << int(Qt::ShiftModifier) << u"!"_s << 0;
+    QTest::newRow("Ctrl+Shift+9 is (") << int(Qt::Key_ParenLeft) << int(Qt::ControlModifier | Qt::ShiftModifier)
+                                        << QString() << 8;
+    QTest::newRow("Shift+0 is )") << int(Qt::Key_ParenRight) << int(Qt::ShiftModifier) << u")"_s << -1;
     QTest::newRow("letter") << int(Qt::Key_A) << 0 << u"a"_s << -1;
     QTest::newRow("two characters from an input method") << 0 << 0 << u"12"_s << -1;
     QTest::newRow("a digit only in the text") << int(Qt::Key_unknown) << 0 << u"7"_s << 6;

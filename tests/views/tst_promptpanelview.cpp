@@ -4,6 +4,9 @@
 #include "FakeClipboard.h"
 #include "FakeScheduler.h"
 #include "ContextHeaderView.h"
+#include "EmptyPromptView.h"
+#include "FirstRunChecklistView.h"
+#include "PromptPackService.h"
 #include "PromptGridStageView.h"
 #include "PromptPanelHarness.h"
 #include "PromptStoreFixture.h"
@@ -300,6 +303,36 @@ private Q_SLOTS:
         QVERIFY(!panel->showPromptEditor() && !h->morph->isInteractionLocked());
         QTest::mouseClick(panel->workspaceButton(), Qt::LeftButton);
         QCOMPARE(manager.at(1).at(0), QVariant(shop->id));
+    }
+
+    void theFirstRunCardLeadsToACopyAndGoesWhenDone()
+    {
+        auto* card = panel->findChild<FirstRunChecklistView*>();
+        QVERIFY(card && card->isVisible());
+        QSignalSpy manager(panel.get(), &PromptPanelView::openWorkspaceManagerRequested);
+        QTest::mouseClick(card->actionButton(FirstRunStep::workspace), Qt::LeftButton);
+        QCOMPARE(manager.size(), 1);
+        QVERIFY(!card->snapshot().completed.contains(FirstRunStep::successfulCopy));
+        click(u"a"_s);
+        QTRY_VERIFY(card->snapshot().completed.contains(FirstRunStep::successfulCopy));
+        QTest::mouseClick(card->doneButton(), Qt::LeftButton);
+        QTRY_VERIFY(!card->isVisible());
+        QVERIFY(h->firstRun->isDismissed());
+    }
+
+    void anEmptyLibraryInstallsTheFirstBuiltInPackOfItsLanguage()
+    {
+        h->languages->setSelection(AppLanguage::zhHans);
+        f.load(PromptLoadResult());
+        auto* empty = panel->findChild<EmptyPromptView*>();
+        QTRY_VERIFY(empty->isVisible() && empty->secondaryControl());
+        QVERIFY(empty->secondaryControl()->isEnabled());
+        QTest::mouseClick(empty->secondaryControl(), Qt::LeftButton);
+        const PromptPack& pack = PromptPackService::builtInPacks(AppLanguage::zhHans).first();
+        const QList<PromptWorkspace> workspaces = f.store->workspaces();
+        QCOMPARE(workspaces.size(), 1);
+        QCOMPARE(workspaces.first().name, pack.workspace.name);
+        QVERIFY(QFile::exists(*workspaces.first().fileURL));
     }
 
     void aDeleteIsConfirmedCancelledOrRefused()

@@ -243,27 +243,6 @@ private Q_SLOTS:
         QVERIFY(control(SettingsCategory::shortcuts, u"tileUsingDefault"_s)->isVisible());
     }
 
-    void tileDigitsIgnoreShiftAndKeypad_data()
-    {
-        QTest::addColumn<int>("key");
-        QTest::addColumn<int>("modifiers");
-        QTest::addColumn<int>("digit");
-        QTest::newRow("1") << int(Qt::Key_1) << int(Qt::ControlModifier) << 0;
-        QTest::newRow("shift 9 is (") << int(Qt::Key_ParenLeft) << int(Qt::ShiftModifier) << 8;
-        QTest::newRow("keypad 5") << int(Qt::Key_5) << int(Qt::KeypadModifier) << 4;
-        QTest::newRow("0 is none") << int(Qt::Key_0) << int(Qt::ControlModifier) << -1;
-        QTest::newRow("letter") << int(Qt::Key_A) << int(Qt::ControlModifier) << -1;
-    }
-
-    void tileDigitsIgnoreShiftAndKeypad()
-    {
-        QFETCH(int, key);
-        QFETCH(int, modifiers);
-        QFETCH(int, digit);
-        const ShortcutKeyEvent event{key, modifiers, {}, false};
-        QCOMPARE(SettingsView::tileDigit(event).value_or(-1), digit);
-    }
-
     void thePanelShortcutShowsTheDefaultHoweverItCame()
     {
         const PromptKeyboardShortcut other{40, ShortcutModifiers::command | ShortcutModifiers::option};

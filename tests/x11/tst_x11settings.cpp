@@ -2,7 +2,8 @@
 // from the status menu takes the focus at 760 by 640; the panel shortcut recorder takes real key
 // presses (xdotool), the new combination then toggles the panel and the old one doesn't, and the
 // combination in force, pressed while recording, is recorded rather than acted on. Screenshots of
-// every category in English and Chinese, and of the welcome guide, are saved for a look.
+// every category in English and Chinese, of the welcome guide and of the panel with its first-run
+// card, are saved for a look.
 #include "XvfbServer.h"
 
 #include "AppLanguageStore.h"
@@ -15,6 +16,9 @@
 #include "StatusVelmoraController.h"
 #include "VelmoraAppDelegate.h"
 #include "VelmoraAppearance.h"
+#include "VelmoraHostingView.h"
+#include "VelmoraMorphContainer.h"
+#include "VelmoraPanel.h"
 #include "VelmoraButton.h"
 #include "VelmoraRuntime.h"
 #include "WelcomeGuideController.h"
@@ -218,6 +222,16 @@ private Q_SLOTS:
             QTRY_COMPARE(guide->windowTitle(), L10n::text(u"first.welcome.window.title"_s, language));
             saveShot(guide, u"welcome-"_s + catalogCode(language));
             guide->close();
+            // The panel with the first-run card atop its prompts.
+            StatusVelmoraController* controller = m_delegate->velmoraController();
+            controller->showPanel();
+            QTRY_COMPARE_WITH_TIMEOUT(controller->panelState(), u"open"_s, 10000);
+            QTRY_VERIFY(controller->panel()->findChild<QWidget*>(u"firstRunChecklist"_s)->isVisible());
+            auto* morph = qobject_cast<VelmoraMorphContainer*>(controller->hostingView()->rootView());
+            QTRY_VERIFY(morph && !morph->isAnimating());
+            saveShot(controller->panel(), u"panel-first-run-"_s + catalogCode(language));
+            controller->closePanel();
+            QTRY_COMPARE_WITH_TIMEOUT(controller->panelState(), u"hidden"_s, 10000);
         }
         m_runtime->languageStore().setSelection(AppLanguage::english);
     }
