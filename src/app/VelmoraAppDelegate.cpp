@@ -4,6 +4,7 @@
 #include "AppUpdateController.h"
 #include "ContextDetector.h"
 #include "DesktopSession.h"
+#include "FileChoosing.h"
 #include "FileDialogChooser.h"
 #include "FileManagerReveal.h"
 #include "HotKeyService.h"
@@ -25,6 +26,7 @@
 #include "WorkspaceEditorSheet.h"
 #include "VelmoraSheetHost.h"
 #include "WelcomeGuideController.h"
+#include "WorkspaceManagerWindowController.h"
 
 #include <QApplication>
 #include <QDBusConnection>

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <memory>
 
+class FileChoosing;
 class FloatingWindowServicing;
 class LinuxDesktopSessionProbe;
 class ReduceMotionSetting;
@@ -12,6 +13,7 @@ class SettingsWindowController;
 class StatusVelmoraController;
 class VelmoraRuntime;
 class WelcomeGuideController;
+class WorkspaceManagerWindowController;
 
 class VelmoraAppDelegate : public QObject {
     Q_OBJECT
@@ -26,9 +28,11 @@ public:
     StatusVelmoraController* velmoraController() const { return m_velmoraController.get(); }
     SettingsWindowController* settingsWindow() const { return m_settingsWindow.get(); }
     WelcomeGuideController* welcomeGuide() const { return m_welcomeGuide.get(); }
+    WorkspaceManagerWindowController* workspaceManagerWindow() const { return m_workspaceManagerWindow.get(); }
 
 private:
-    // The settings window and the welcome guide, and the launch task that decides on the guide.
+    // The settings window, the workspace manager and the welcome guide, and the launch task that
+    // decides on the guide.
     void makeAuxiliaryWindows();
 
     VelmoraRuntime& m_runtime;
@@ -38,4 +42,6 @@ private:
     std::unique_ptr<LinuxDesktopSessionProbe> m_desktopProbe;
     std::unique_ptr<SettingsWindowController> m_settingsWindow;
     std::unique_ptr<WelcomeGuideController> m_welcomeGuide;
+    std::unique_ptr<FileChoosing> m_managerFileChooser;
+    std::unique_ptr<WorkspaceManagerWindowController> m_workspaceManagerWindow;
 };

@@ -1,16 +1,21 @@
-// The delegate's share of the settings window and the welcome guide: what this desktop offers, the
+// The delegate's share of the settings window, the workspace manager and the welcome guide: what this desktop offers, the
 // two windows over the runtime's stores, the requests that open them, and the launch task.
 #include "VelmoraAppDelegate.h"
 
 #include "AppNotifications.h"
 #include "ContextDetector.h"
+#include "FileDialogChooser.h"
+#include "FileManagerReveal.h"
 #include "FirstRunWelcomeView.h"
 #include "LinuxDesktopSessionProbe.h"
 #include "PortalHotKeyRegistrar.h"
+#include "PromptPanelPreferences.h"
 #include "SettingsView.h"
 #include "SettingsWindowController.h"
 #include "VelmoraRuntime.h"
 #include "WelcomeGuideController.h"
+#include "WorkspaceManagerView.h"
+#include "WorkspaceManagerWindowController.h"
 #include "X11FloatingWindowService.h"
 #include "X11HotKeyRegistrar.h"
 
@@ -73,6 +78,23 @@ void VelmoraAppDelegate::makeAuxiliaryWindows()
     m_settingsWindow = std::make_unique<SettingsWindowController>(runtime.languageStore(), makeSettings, activate);
     connect(notifications, &AppNotifications::velmoraRequestOpenSettings, m_settingsWindow.get(),
             &SettingsWindowController::openSettingsWindow);
+
+    m_managerFileChooser = std::make_unique<FileDialogChooser>();
+    const auto makeManager = [&runtime, chooser = m_managerFileChooser.get()](
+                                 const std::optional<QString>& initialWorkspaceID) {
+        WorkspaceManagerView::Dependencies dependencies;
+        dependencies.promptStore = &runtime.promptStore();
+        dependencies.languageStore = &runtime.languageStore();
+        dependencies.fileChooser = chooser;
+        dependencies.interfaceTextSize = runtime.panelPreferences().textSize();
+        dependencies.hotKeyService = &runtime.hotKeyService();
+        dependencies.showInFileManager = &FileManagerReveal::reveal;
+        return new WorkspaceManagerView(dependencies, initialWorkspaceID);
+    };
+    m_workspaceManagerWindow =
+        std::make_unique<WorkspaceManagerWindowController>(runtime.languageStore(), makeManager, activate);
+    connect(notifications, &AppNotifications::velmoraRequestOpenWorkspaceManager, m_workspaceManagerWindow.get(),
+            &WorkspaceManagerWindowController::openWorkspaceManagerWindow);
 
     const auto makeWelcome = [&runtime, desktop = m_desktopProbe.get()](FirstRunWelcomeView::Actions actions) {
         return new FirstRunWelcomeView(runtime.shortcutStore(), runtime.languageStore(), runtime.panelPreferences(),
