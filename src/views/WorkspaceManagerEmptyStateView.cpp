@@ -71,6 +71,7 @@ void WorkspaceManagerEmptyStateView::setState(const WorkspaceManagerEmptyState& 
         button->setObjectName(key);
         connect(button, &QAbstractButton::clicked, this, [run] { run(); });
         m_buttonRow->addWidget(button);
+        button->show();
         m_buttons.append(button);
     }
     m_buttonRow->addStretch();

@@ -621,8 +621,11 @@ QWidget* WorkspaceManagerView::buildSidebar()
 
 QWidget* WorkspaceManagerView::buildDetail()
 {
-    m_detailStack = new QStackedWidget(this);
-    m_detailStack->setContentsMargins(panePadding, panePadding, panePadding, panePadding);
+    auto* pane = new QWidget(this);
+    auto* padded = new QVBoxLayout(pane);
+    padded->setContentsMargins(panePadding, panePadding, panePadding, panePadding);
+    m_detailStack = new QStackedWidget(pane);
+    padded->addWidget(m_detailStack);
     m_detailEmpty = new WorkspaceManagerEmptyStateView(
         {[this] { presentNewWorkspace(); }, [this] { importPromptPack(); }, [this] { setWorkspaceSearch({}); },
          nullptr, nullptr},
@@ -643,7 +646,7 @@ QWidget* WorkspaceManagerView::buildDetail()
     column->addStretch();
     m_detailStack->addWidget(noSelection);
     m_detailStack->addWidget(buildWorkspaceDetail());
-    return m_detailStack;
+    return pane;
 }
 
 QWidget* WorkspaceManagerView::buildWorkspaceDetail()
@@ -657,9 +660,9 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
     auto* header = new QHBoxLayout();
     auto* names = new QVBoxLayout();
     names->setSpacing(2);
-    m_nameLabel = PanelText::label(PanelText::styled(PromptTextStyle::title2, size, QFont::DemiBold),
-                                   Brand::textPrimary(), detail, true);
-    m_nameLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_nameLabel = new ElidedLabel(detail);
+    m_nameLabel->setFont(PanelText::styled(PromptTextStyle::title2, size, QFont::DemiBold));
+    PanelText::setColor(m_nameLabel, Brand::textPrimary());
     m_sourceLabel = PanelText::label(textStyleFont(PromptTextStyle::body, size), VelmoraColors::secondaryText(), detail);
     names->addWidget(m_nameLabel);
     names->addWidget(m_sourceLabel);
@@ -887,7 +890,8 @@ void WorkspaceManagerView::refreshDetail(const QList<PromptWorkspace>& all)
     const PromptWorkspace& workspace = *selected;
     const bool editable = workspace.isEditable();
     const bool sample = workspace.source == PromptWorkspaceSource::transientSample;
-    m_nameLabel->setText(workspace.name);
+    m_nameLabel->setFullText(workspace.name);
+    m_nameLabel->setToolTip(workspace.name);
     m_sourceLabel->setText(displayName(workspace.source, language()));
     m_copySampleButton->setVisible(sample);
     m_hideSamplesButton->setVisible(sample);
@@ -931,7 +935,7 @@ VelmoraSheetHost* WorkspaceManagerView::sheetHost() const
 QString WorkspaceManagerView::shownText(const QString& part) const
 {
     if (part == u"name")
-        return m_nameLabel->text();
+        return m_nameLabel->fullText();
     if (part == u"source")
         return m_sourceLabel->text();
     if (part == u"readOnly")

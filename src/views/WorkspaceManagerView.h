@@ -19,6 +19,7 @@
 
 class AppLanguageStore;
 class ConfigIssueBanner;
+class ElidedLabel;
 class FileChoosing;
 class HotKeyService;
 class PromptStore;
@@ -193,7 +194,7 @@ private:
     WorkspaceManagerEmptyStateView* m_detailEmpty = nullptr;
     QLabel* m_noSelectionIcon = nullptr;
     QLabel* m_noSelectionLabel = nullptr;
-    QLabel* m_nameLabel = nullptr;
+    ElidedLabel* m_nameLabel = nullptr;
     QLabel* m_sourceLabel = nullptr;
     VelmoraButton* m_copySampleButton = nullptr;
     VelmoraButton* m_hideSamplesButton = nullptr;

@@ -21,6 +21,8 @@ constexpr int checkBoxSize = 18;
 constexpr int checkBoxGap = 10;
 constexpr int padding = 10;
 constexpr int lineSpacing = 5;
+constexpr int maximumReasonLines = 2;
+constexpr int rowMargin = 3; // the list's spacing, on each side of a row
 
 struct RowFonts {
     QFont name, caption, path;
@@ -33,9 +35,9 @@ struct RowFonts {
         path.setFamily(u"monospace"_s);
     }
 
-    int height(bool withReason) const
+    int height(int reasonLines) const
     {
-        const int reason = withReason ? lineSpacing + QFontMetrics(caption2()).height() : 0;
+        const int reason = reasonLines > 0 ? lineSpacing + reasonLines * QFontMetrics(caption2()).height() : 0;
         return 2 * padding + QFontMetrics(name).height() + lineSpacing + QFontMetrics(caption).height() +
                lineSpacing + QFontMetrics(path).height() + reason;
     }
@@ -98,10 +100,20 @@ public:
     WorkspaceRowDelegate(const QList<Row>& rows, QObject* parent) : QStyledItemDelegate(parent), m_rows(rows) {}
 
     PromptPanelTextSize textSize = PromptPanelTextSize::system;
+    int textWidth = 300; // of a card's lines, set by the list as it is resized
+
+    // A long reason wraps once; beyond that it is cut.
+    int reasonLines(const Row& row) const
+    {
+        if (row.readOnlyReason.isEmpty())
+            return 0;
+        const QFontMetrics metrics(RowFonts(textSize).caption2());
+        return metrics.horizontalAdvance(row.readOnlyReason) > textWidth ? maximumReasonLines : 1;
+    }
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
-        return {option.rect.width(), RowFonts(textSize).height(!m_rows.at(index.row()).readOnlyReason.isEmpty())};
+        return {option.rect.width(), RowFonts(textSize).height(reasonLines(m_rows.at(index.row())))};
     }
 
     static QRect checkBoxRect(const QRect& item)
@@ -142,10 +154,11 @@ public:
         line = WorkspaceManagerRowPainting::nextLine(line, fonts.path, lineSpacing);
         WorkspaceManagerRowPainting::text(*painter, line, fonts.path, VelmoraColors::secondaryText(), row.pathLine,
                                           Qt::ElideMiddle);
-        if (!row.readOnlyReason.isEmpty()) {
+        if (const int lines = reasonLines(row)) {
             line = WorkspaceManagerRowPainting::nextLine(line, fonts.caption2(), lineSpacing);
-            WorkspaceManagerRowPainting::text(*painter, line, fonts.caption2(), WorkspaceManagerRowPainting::orange(),
-                                              row.readOnlyReason);
+            line.setHeight(lines * line.height());
+            WorkspaceManagerRowPainting::wrappedText(*painter, line, fonts.caption2(),
+                                                     WorkspaceManagerRowPainting::orange(), row.readOnlyReason, lines);
         }
         painter->restore();
     }
@@ -184,7 +197,7 @@ WorkspaceManagerWorkspaceList::WorkspaceManagerWorkspaceList(QWidget* parent) : 
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFrameShape(QFrame::NoFrame);
-    setSpacing(3); // 6 between rows
+    setSpacing(rowMargin);
     setMouseTracking(false);
     viewport()->setAutoFillBackground(false);
 }
@@ -216,6 +229,16 @@ QRect WorkspaceManagerWorkspaceList::checkBoxRect(int row) const
 QRect WorkspaceManagerWorkspaceList::cardRect(int row) const
 {
     return WorkspaceRowDelegate::cardRect(visualRect(m_model->index(row)));
+}
+
+void WorkspaceManagerWorkspaceList::resizeEvent(QResizeEvent* event)
+{
+    QListView::resizeEvent(event);
+    const int width = viewport()->width() - 2 * rowMargin - checkBoxSize - checkBoxGap - 2 * padding;
+    if (width != m_delegate->textWidth) {
+        m_delegate->textWidth = width;
+        scheduleDelayedItemsLayout();
+    }
 }
 
 void WorkspaceManagerWorkspaceList::toggle(int row)
