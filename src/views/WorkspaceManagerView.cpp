@@ -160,10 +160,10 @@ QStringList WorkspaceManagerView::deletableSelection() const
     return ids;
 }
 
-QList<PromptWorkspace> WorkspaceManagerView::filteredWorkspaces() const
+QList<PromptWorkspace> WorkspaceManagerView::filteredWorkspaces(const QString& search) const
 {
     QList<PromptWorkspace> all = m_promptStore.workspaceManagerWorkspaces();
-    const QString query = folded(m_workspaceSearch);
+    const QString query = folded(search);
     if (query.isEmpty())
         return all;
     const AppLanguage current = language();
@@ -176,9 +176,9 @@ QList<PromptWorkspace> WorkspaceManagerView::filteredWorkspaces() const
     return all;
 }
 
-QList<PromptItem> WorkspaceManagerView::filteredPrompts(const PromptWorkspace& workspace) const
+QList<PromptItem> WorkspaceManagerView::filteredPrompts(const PromptWorkspace& workspace, const QString& search) const
 {
-    const QString query = folded(m_promptSearch);
+    const QString query = folded(search);
     if (query.isEmpty())
         return workspace.prompts;
     if (!m_foldedPrompts.isSharedWith(workspace.prompts)) {

@@ -82,8 +82,14 @@ public:
     std::optional<PromptWorkspace> selectedWorkspace() const;
     // Ticked user workspaces that the library still has, in its order: the only ones ever deleted.
     QStringList deletableSelection() const;
-    QList<PromptWorkspace> filteredWorkspaces() const;
-    QList<PromptItem> filteredPrompts(const PromptWorkspace& workspace) const;
+    QList<PromptWorkspace> filteredWorkspaces() const { return filteredWorkspaces(m_workspaceSearch); }
+    QList<PromptItem> filteredPrompts(const PromptWorkspace& workspace) const
+    {
+        return filteredPrompts(workspace, m_promptSearch);
+    }
+    // The same passes for another search text.
+    QList<PromptWorkspace> filteredWorkspaces(const QString& search) const;
+    QList<PromptItem> filteredPrompts(const PromptWorkspace& workspace, const QString& search) const;
     std::optional<WorkspaceManagerEmptyState> managerEmptyState() const;
     QString deleteWorkspaceMessage() const;
     QString modifiedTime(const PromptWorkspace& workspace) const;
