@@ -74,12 +74,12 @@ public:
 
     int titleHeight() const
     {
-        return std::max(QFontMetrics(textStyleFont(PromptTextStyle::headline, textSize)).height(), buttonSize);
+        return std::max(Painting::lineHeight(textStyleFont(PromptTextStyle::headline, textSize)), buttonSize);
     }
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
     {
-        const int caption = QFontMetrics(textStyleFont(PromptTextStyle::caption, textSize)).height();
+        const int caption = Painting::lineHeight(textStyleFont(PromptTextStyle::caption, textSize));
         return {option.rect.width(), 2 * padding + titleHeight() + lineSpacing + caption + lineSpacing +
                                          bodyLines * caption};
     }
@@ -114,7 +114,7 @@ public:
         Painting::text(*painter, line, caption, VelmoraColors::secondaryText(),
                        WorkspaceManagerPromptList::detailLine(prompt, listSeparator));
         const QRect body(line.left(), line.bottom() + 1 + lineSpacing, line.width(),
-                         bodyLines * QFontMetrics(caption).height());
+                         bodyLines * WorkspaceManagerRowPainting::lineHeight(caption));
         Painting::wrappedText(*painter, body, caption, VelmoraColors::secondaryText(), flattened(prompt.text),
                               bodyLines);
         painter->restore();

@@ -28,6 +28,12 @@ QFont title3(PromptPanelTextSize size)
     return scaled(15.0, size, QFont::DemiBold);
 }
 
+int lineHeight(const QFont& font)
+{
+    const QFontMetrics metrics(font);
+    return std::max(metrics.height(), metrics.boundingRect(QStringLiteral("\u6C49\u00C1g")).height() + 1);
+}
+
 void card(QPainter& painter, const QRect& rect, const QColor& fill, bool focused)
 {
     painter.setPen(focused ? QPen(VelmoraDesignTokens::Brand::steel(), 1.5) : QPen(Qt::NoPen));
@@ -46,7 +52,7 @@ void text(QPainter& painter, const QRect& line, const QFont& font, const QColor&
 
 QRect nextLine(const QRect& line, const QFont& font, int spacing)
 {
-    return {line.left(), line.bottom() + 1 + spacing, line.width(), QFontMetrics(font).height()};
+    return {line.left(), line.bottom() + 1 + spacing, line.width(), lineHeight(font)};
 }
 
 void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const QColor& color, const QString& fullText,
@@ -57,6 +63,7 @@ void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const Q
     painter.setFont(font);
     painter.setPen(color);
     const QFontMetrics metrics(font);
+    const int height = lineHeight(font);
     QTextLayout layout(text, font);
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -72,9 +79,9 @@ void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const Q
         QString piece = text.mid(line.textStart(), last ? -1 : line.textLength());
         if (last)
             piece = metrics.elidedText(piece, Qt::ElideRight, box.width());
-        painter.drawText(QRect(box.left(), y, box.width(), metrics.height()),
-                         Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, piece);
-        y += metrics.height();
+        painter.drawText(QRect(box.left(), y, box.width(), height),
+                         Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, piece);
+        y += height;
     }
     layout.endLayout();
 }

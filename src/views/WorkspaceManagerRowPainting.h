@@ -26,6 +26,8 @@ QFont scaled(double pixels, PromptPanelTextSize size, QFont::Weight weight = QFo
 QFont caption2(PromptPanelTextSize size);
 QFont title3(PromptPanelTextSize size);
 
+// The height of a line in `font`, tall enough for the fallback fonts of Chinese text as well.
+int lineHeight(const QFont& font);
 // The card behind a row; with `focused`, a steel ring for the keyboard's place.
 void card(QPainter& painter, const QRect& rect, const QColor& fill, bool focused);
 // One line of `text`, vertically centred in `line`, cut where it doesn't fit.

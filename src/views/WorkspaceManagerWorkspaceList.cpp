@@ -37,9 +37,9 @@ struct RowFonts {
 
     int height(int reasonLines) const
     {
-        const int reason = reasonLines > 0 ? lineSpacing + reasonLines * QFontMetrics(caption2()).height() : 0;
-        return 2 * padding + QFontMetrics(name).height() + lineSpacing + QFontMetrics(caption).height() +
-               lineSpacing + QFontMetrics(path).height() + reason;
+        const int reason = reasonLines > 0 ? lineSpacing + reasonLines * WorkspaceManagerRowPainting::lineHeight(caption2()) : 0;
+        return 2 * padding + WorkspaceManagerRowPainting::lineHeight(name) + lineSpacing + WorkspaceManagerRowPainting::lineHeight(caption) +
+               lineSpacing + WorkspaceManagerRowPainting::lineHeight(path) + reason;
     }
     QFont caption2() const
     {
@@ -143,7 +143,7 @@ public:
         const QString count = QString::number(row.promptCount);
         painter->setFont(fonts.caption);
         const int countWidth = painter->fontMetrics().horizontalAdvance(count);
-        line.setHeight(QFontMetrics(fonts.name).height());
+        line.setHeight(WorkspaceManagerRowPainting::lineHeight(fonts.name));
         painter->setPen(VelmoraColors::secondaryText());
         painter->drawText(line, Qt::AlignRight | Qt::AlignVCenter, count);
         WorkspaceManagerRowPainting::text(*painter, line.adjusted(0, 0, -countWidth - 8, 0), fonts.name,

@@ -7,6 +7,7 @@
 #include "WindowManagerCheck.h"
 #include "XvfbServer.h"
 
+#include "AppLanguageStore.h"
 #include "AppNotifications.h"
 #include "FirstRunChecklistStore.h"
 #include "PromptStore.h"
@@ -16,6 +17,7 @@
 #include "VelmoraRuntime.h"
 #include "VelmoraSheetHost.h"
 #include "WorkspaceEditSheet.h"
+#include "WorkspaceManagerEmptyStateView.h"
 #include "WorkspaceManagerView.h"
 #include "WorkspaceManagerWindowController.h"
 #include "WorkspaceManagerWorkspaceList.h"
@@ -24,6 +26,7 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QSettings>
+#include <QWindow>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -185,7 +188,7 @@ private Q_SLOTS:
         QVERIFY(sheet);
         QTRY_COMPARE_WITH_TIMEOUT(activeWindow(m_server.display()), quint32(host->winId()), 10000);
         QTRY_COMPARE(QApplication::focusWidget(), sheet->nameField());
-        QCOMPARE(host->transientParent(), window()->windowHandle());
+        QCOMPARE(host->windowHandle()->transientParent(), window()->windowHandle());
 
         QVERIFY(xdotool({u"key"_s, u"ctrl+a"_s}));
         QVERIFY(xdotool({u"type"_s, u"Beta renamed"_s}));
