@@ -31,8 +31,9 @@ QByteArray promptEntry(int workspace, int prompt, int bodyBytes)
     while (body.size() < bodyBytes)
         body += "Keep the change small, name every risk, and list the commands that verify it. ";
     body.truncate(bodyBytes);
-    return "  - id: " + id + "\n    title: " + QByteArray(topics[prompt % 5]) + " step " + QByteArray::number(prompt) +
-           "\n    group: Group " + QByteArray::number(prompt % 7) + "\n    text: |\n      " + body + "\n";
+    return "  - id: " + id + "\n    title: " + QByteArray(topics[prompt % 5]) + " step " +
+           QByteArray::number(prompt) + "\n    group: Group " + QByteArray::number(prompt % 7) +
+           "\n    text: |\n      " + body + "\n";
 }
 
 struct Environment {
@@ -43,9 +44,10 @@ struct Environment {
     {
         for (int workspace = 0; workspace <= regularWorkspaces; ++workspace) {
             const bool large = workspace == regularWorkspaces;
-            QByteArray file = "workspace:\n  name: " +
-                              (large ? QByteArray("Large backlog") : "Team " + QByteArray::number(workspace)) +
-                              "\nprompts:\n";
+            QByteArray file =
+                "workspace:\n  name: " +
+                (large ? QByteArray("Large backlog") : "Team " + QByteArray::number(workspace)) +
+                "\nprompts:\n";
             for (int prompt = 0; prompt < (large ? largeWorkspacePrompts : promptsPerWorkspace); ++prompt)
                 file += promptEntry(workspace, prompt, large ? 120 : 880);
             harness.write(u"workspaces/w%1.yaml"_s.arg(workspace, 3, 10, QLatin1Char('0')), file);

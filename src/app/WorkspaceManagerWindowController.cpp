@@ -16,10 +16,14 @@ WorkspaceManagerWindowController::WorkspaceManagerWindowController(AppLanguageSt
       m_activate(std::move(activate))
 {
     connect(&m_languageStore, &AppLanguageStore::selectionChanged, this, [this] {
-        QMetaObject::invokeMethod(this, [this] {
-            if (m_window)
-                m_window->setWindowTitle(WorkspaceManagerView::titleFor(m_languageStore.effectiveLanguage()));
-        }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (m_window)
+                    m_window->setWindowTitle(
+                        WorkspaceManagerView::titleFor(m_languageStore.effectiveLanguage()));
+            },
+            Qt::QueuedConnection);
     });
 }
 
@@ -44,7 +48,8 @@ void WorkspaceManagerWindowController::openWorkspaceManagerWindow(const QVariant
         layout->addWidget(view);
         m_window->resize(windowWidth, windowHeight);
         VelmoraAppearance::apply(m_window);
-        AuxiliaryWindow::prepare(m_window, WorkspaceManagerView::titleFor(m_languageStore.effectiveLanguage()), true);
+        AuxiliaryWindow::prepare(m_window,
+                                 WorkspaceManagerView::titleFor(m_languageStore.effectiveLanguage()), true);
     }
     m_view = view;
     AuxiliaryWindow::present(m_window, m_activate);

@@ -7,8 +7,13 @@
 #include <QString>
 #include <optional>
 
-enum class WorkspaceManagerEmptyAction { createWorkspace, importPromptPack, clearWorkspaceFilter, createPrompt,
-                                         exportPromptPack };
+enum class WorkspaceManagerEmptyAction {
+    createWorkspace,
+    importPromptPack,
+    clearWorkspaceFilter,
+    createPrompt,
+    exportPromptPack
+};
 
 struct WorkspaceManagerEmptyStateInput {
     enum class Selection { none, readOnly, editable };
@@ -17,9 +22,9 @@ struct WorkspaceManagerEmptyStateInput {
     qsizetype filteredCount = 0;
     bool isSearching = false; // the filter text is non-blank
     Selection selection = Selection::none;
-    bool canExport = false;       // of a read-only selection
-    qsizetype promptCount = 0;    // of an editable selection
-    bool hasFile = false;         // of an editable selection
+    bool canExport = false;    // of a read-only selection
+    qsizetype promptCount = 0; // of an editable selection
+    bool hasFile = false;      // of an editable selection
 };
 
 struct WorkspaceManagerEmptyState {

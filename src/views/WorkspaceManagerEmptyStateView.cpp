@@ -47,8 +47,8 @@ void WorkspaceManagerEmptyStateView::setState(const WorkspaceManagerEmptyState& 
     m_state = state;
     const double scale = metrics(textSize).baseFontPixels / 13.0;
     const double iconPixels = largeTitlePixels * scale;
-    m_icon->setPixmap(QPixmap::fromImage(VelmoraSymbols::image(state.systemImage(), iconPixels,
-                                                               VelmoraColors::secondaryText(), devicePixelRatioF())));
+    m_icon->setPixmap(QPixmap::fromImage(VelmoraSymbols::image(
+        state.systemImage(), iconPixels, VelmoraColors::secondaryText(), devicePixelRatioF())));
     m_icon->setFixedHeight(int(iconPixels) + 4);
     m_title->setFont(textStyleFont(PromptTextStyle::headline, textSize));
     m_title->setText(L10n::text(state.titleKey(), language));
@@ -66,8 +66,9 @@ void WorkspaceManagerEmptyStateView::setState(const WorkspaceManagerEmptyState& 
         if (!run)
             continue;
         const QString key = titleKey(action);
-        auto* button = new VelmoraButton(VelmoraButtonStyle::panelAction,
-                                         PromptPanelActionLabel{L10n::text(key, language), {}, false}.label(), this);
+        auto* button =
+            new VelmoraButton(VelmoraButtonStyle::panelAction,
+                              PromptPanelActionLabel{L10n::text(key, language), {}, false}.label(), this);
         button->setObjectName(key);
         connect(button, &QAbstractButton::clicked, this, [run] { run(); });
         m_buttonRow->addWidget(button);
@@ -87,7 +88,8 @@ QString WorkspaceManagerEmptyStateView::help() const
     return m_help->text();
 }
 
-const std::function<void()>& WorkspaceManagerEmptyStateView::callback(WorkspaceManagerEmptyAction action) const
+const std::function<void()>&
+WorkspaceManagerEmptyStateView::callback(WorkspaceManagerEmptyAction action) const
 {
     switch (action) {
     case WorkspaceManagerEmptyAction::createWorkspace:

@@ -27,7 +27,8 @@ public:
 
     explicit WorkspaceManagerEmptyStateView(Callbacks callbacks, QWidget* parent = nullptr);
 
-    void setState(const WorkspaceManagerEmptyState& state, AppLanguage language, PromptPanelTextSize textSize);
+    void setState(const WorkspaceManagerEmptyState& state, AppLanguage language,
+                  PromptPanelTextSize textSize);
 
     const WorkspaceManagerEmptyState& state() const { return m_state; }
     QString title() const;

@@ -41,7 +41,10 @@ public:
     const QList<PromptItem>* prompts = nullptr;
     const WorkspaceManagerPromptList::Texts* texts = nullptr;
 
-    int rowCount(const QModelIndex& parent) const override { return parent.isValid() ? 0 : int(prompts->size()); }
+    int rowCount(const QModelIndex& parent) const override
+    {
+        return parent.isValid() ? 0 : int(prompts->size());
+    }
 
     QVariant data(const QModelIndex& index, int role) const override
     {
@@ -80,8 +83,8 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
     {
         const int caption = Painting::lineHeight(textStyleFont(PromptTextStyle::caption, textSize));
-        return {option.rect.width(), 2 * padding + titleHeight() + lineSpacing + caption + lineSpacing +
-                                         bodyLines * caption};
+        return {option.rect.width(),
+                2 * padding + titleHeight() + lineSpacing + caption + lineSpacing + bodyLines * caption};
     }
 
     QRect deleteButtonRect(const QRect& item) const
@@ -100,7 +103,8 @@ public:
         const QFont caption = textStyleFont(PromptTextStyle::caption, textSize);
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
-        Painting::card(*painter, option.rect, VelmoraColors::white(0.08), (option.state & QStyle::State_HasFocus) != 0);
+        Painting::card(*painter, option.rect, VelmoraColors::white(0.08),
+                       (option.state & QStyle::State_HasFocus) != 0);
 
         QRect line = option.rect.adjusted(padding, padding, -padding, 0);
         line.setHeight(titleHeight());
@@ -158,8 +162,8 @@ WorkspaceManagerPromptList::WorkspaceManagerPromptList(QWidget* parent) : QListV
     viewport()->setAutoFillBackground(false);
 }
 
-void WorkspaceManagerPromptList::setPrompts(const QList<PromptItem>& prompts, bool editable, const Texts& texts,
-                                            PromptPanelTextSize textSize)
+void WorkspaceManagerPromptList::setPrompts(const QList<PromptItem>& prompts, bool editable,
+                                            const Texts& texts, PromptPanelTextSize textSize)
 {
     if (prompts.isSharedWith(m_prompts) && editable == m_editable && textSize == m_delegate->textSize &&
         texts.edit == m_texts.edit)

@@ -22,7 +22,8 @@ public:
     explicit WorkspaceManagerPromptList(QWidget* parent = nullptr);
 
     // `editable` enables the rows' buttons.
-    void setPrompts(const QList<PromptItem>& prompts, bool editable, const Texts& texts, PromptPanelTextSize textSize);
+    void setPrompts(const QList<PromptItem>& prompts, bool editable, const Texts& texts,
+                    PromptPanelTextSize textSize);
     const QList<PromptItem>& prompts() const { return m_prompts; }
     bool isEditable() const { return m_editable; }
 

@@ -55,8 +55,8 @@ QRect nextLine(const QRect& line, const QFont& font, int spacing)
     return {line.left(), line.bottom() + 1 + spacing, line.width(), lineHeight(font)};
 }
 
-void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const QColor& color, const QString& fullText,
-                 int maximumLines)
+void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const QColor& color,
+                 const QString& fullText, int maximumLines)
 {
     // A few lines never need more than this much of a long prompt, and the layout costs by length.
     const QString text = fullText.left(160 * maximumLines);

@@ -36,7 +36,7 @@ void text(QPainter& painter, const QRect& line, const QFont& font, const QColor&
 // The line below `line` in `font`, `spacing` apart.
 QRect nextLine(const QRect& line, const QFont& font, int spacing);
 // At most `maximumLines` lines of wrapped text from the top of `box`, the last cut with an ellipsis.
-void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const QColor& color, const QString& text,
-                 int maximumLines);
+void wrappedText(QPainter& painter, const QRect& box, const QFont& font, const QColor& color,
+                 const QString& text, int maximumLines);
 
 } // namespace WorkspaceManagerRowPainting

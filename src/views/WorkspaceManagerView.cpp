@@ -68,7 +68,8 @@ QFrame* divider(Qt::Orientation orientation, QWidget* parent)
 QLabel* symbolLabel(const QString& symbol, double pixels, const QColor& color, QWidget* parent)
 {
     auto* label = new QLabel(parent);
-    label->setPixmap(QPixmap::fromImage(VelmoraSymbols::image(symbol, pixels, color, parent->devicePixelRatioF())));
+    label->setPixmap(
+        QPixmap::fromImage(VelmoraSymbols::image(symbol, pixels, color, parent->devicePixelRatioF())));
     label->setFixedSize(int(pixels) + 2, int(pixels) + 2);
     label->setAlignment(Qt::AlignCenter);
     return label;
@@ -176,7 +177,8 @@ QList<PromptWorkspace> WorkspaceManagerView::filteredWorkspaces(const QString& s
     return all;
 }
 
-QList<PromptItem> WorkspaceManagerView::filteredPrompts(const PromptWorkspace& workspace, const QString& search) const
+QList<PromptItem> WorkspaceManagerView::filteredPrompts(const PromptWorkspace& workspace,
+                                                        const QString& search) const
 {
     const QString query = folded(search);
     if (query.isEmpty())
@@ -187,9 +189,9 @@ QList<PromptItem> WorkspaceManagerView::filteredPrompts(const PromptWorkspace& w
         m_foldedTexts.reserve(workspace.prompts.size());
         // A field break no query can hold, so a match never runs from one field into the next.
         for (const PromptItem& prompt : workspace.prompts)
-            m_foldedTexts.append((prompt.title + u'\0' + prompt.group + u'\0' + prompt.tags.join(u' ') + u'\0' +
-                                  prompt.text)
-                                     .toLower());
+            m_foldedTexts.append(
+                (prompt.title + u'\0' + prompt.group + u'\0' + prompt.tags.join(u' ') + u'\0' + prompt.text)
+                    .toLower());
     }
     QList<PromptItem> kept;
     for (qsizetype index = 0; index < workspace.prompts.size(); ++index) {
@@ -225,7 +227,8 @@ QString WorkspaceManagerView::deleteWorkspaceMessage() const
             names.append(workspace.name);
     }
     names.sort();
-    return text("workspace.manager.delete.confirm.message").arg(QString::number(ids.size()), names.join(u'\n'));
+    return text("workspace.manager.delete.confirm.message")
+        .arg(QString::number(ids.size()), names.join(u'\n'));
 }
 
 QString WorkspaceManagerView::modifiedTime(const PromptWorkspace& workspace) const
@@ -387,7 +390,8 @@ QWidget* WorkspaceManagerView::makeConfirmation(const QString& title, const QStr
     buttons->addWidget(remove);
     column->addLayout(buttons);
     content->setFixedHeight(content->sizeHint().height());
-    connect(cancel, &QAbstractButton::clicked, content, [content] { EditorSheetParts::dismiss(content, false); });
+    connect(cancel, &QAbstractButton::clicked, content,
+            [content] { EditorSheetParts::dismiss(content, false); });
     connect(remove, &QAbstractButton::clicked, content, [content, onDelete = std::move(onDelete)] {
         onDelete();
         EditorSheetParts::dismiss(content, true);
@@ -471,8 +475,8 @@ void WorkspaceManagerView::importPromptPack()
 void WorkspaceManagerView::exportPromptPack(const PromptWorkspace& workspace)
 {
     const QString title = text("action.export.pack");
-    const std::optional<QString> path =
-        m_fileChooser.chooseFileToSave(this, title, title, workspace.id + QString::fromLatin1(PromptPackService::fileSuffix));
+    const std::optional<QString> path = m_fileChooser.chooseFileToSave(
+        this, title, title, workspace.id + QString::fromLatin1(PromptPackService::fileSuffix));
     if (!path)
         return;
     m_promptStore.exportPromptPack(workspace.id, *path);
@@ -554,12 +558,13 @@ QWidget* WorkspaceManagerView::buildSidebar()
     column->setSpacing(10);
 
     auto* titleRow = new QHBoxLayout();
-    m_title = PanelText::label(WorkspaceManagerRowPainting::title3(m_interfaceTextSize), Brand::textPrimary(), sidebar);
-    m_title->setAccessibleDescription(u"heading"_s);
+    m_title = PanelText::label(WorkspaceManagerRowPainting::title3(m_interfaceTextSize), Brand::textPrimary(),
+                               sidebar);
     titleRow->addWidget(m_title, 1);
     m_reloadButton = new VelmoraSymbolButton(u"arrow.clockwise"_s, QSize(28, 28), sidebar);
     m_reloadButton->setObjectName(u"action.reload.config"_s);
-    m_reloadButton->setLook({u"arrow.clockwise"_s, 14.0, Brand::textPrimary(), VelmoraColors::white(0.1), 8.0});
+    m_reloadButton->setLook(
+        {u"arrow.clockwise"_s, 14.0, Brand::textPrimary(), VelmoraColors::white(0.1), 8.0});
     connect(m_reloadButton, &QAbstractButton::clicked, this, &WorkspaceManagerView::reloadConfig);
     titleRow->addWidget(m_reloadButton);
     column->addLayout(titleRow);
@@ -573,7 +578,8 @@ QWidget* WorkspaceManagerView::buildSidebar()
     auto* fileRow = new QHBoxLayout();
     fileRow->setSpacing(8);
     m_createWorkspaceButton = makeButton("action.create.workspace", u"folder.badge.plus"_s, sidebar);
-    connect(m_createWorkspaceButton, &QAbstractButton::clicked, this, &WorkspaceManagerView::presentNewWorkspace);
+    connect(m_createWorkspaceButton, &QAbstractButton::clicked, this,
+            &WorkspaceManagerView::presentNewWorkspace);
     m_importButton = makeButton("action.import.prompt.pack", u"tray.and.arrow.down"_s, sidebar);
     connect(m_importButton, &QAbstractButton::clicked, this, &WorkspaceManagerView::importPromptPack);
     fileRow->addWidget(m_createWorkspaceButton);
@@ -594,7 +600,8 @@ QWidget* WorkspaceManagerView::buildSidebar()
 
     m_deleteSelectedButton = makeButton("workspace.manager.delete.selected", u"trash"_s, sidebar);
     m_deleteSelectedButton->setDestructive(true);
-    connect(m_deleteSelectedButton, &QAbstractButton::clicked, this, &WorkspaceManagerView::requestWorkspaceDelete);
+    connect(m_deleteSelectedButton, &QAbstractButton::clicked, this,
+            &WorkspaceManagerView::requestWorkspaceDelete);
     column->addWidget(m_deleteSelectedButton, 0, Qt::AlignLeft);
 
     m_resultLabel = PanelText::label(textStyleFont(PromptTextStyle::caption, m_interfaceTextSize),
@@ -606,13 +613,14 @@ QWidget* WorkspaceManagerView::buildSidebar()
     m_sidebarStack = new QStackedWidget(sidebar);
     m_workspaceList = new WorkspaceManagerWorkspaceList(m_sidebarStack);
     m_workspaceList->setContentsMargins(0, 4, 0, 4);
-    connect(m_workspaceList, &WorkspaceManagerWorkspaceList::tickToggled, this, &WorkspaceManagerView::setTicked);
+    connect(m_workspaceList, &WorkspaceManagerWorkspaceList::tickToggled, this,
+            &WorkspaceManagerView::setTicked);
     connect(m_workspaceList, &WorkspaceManagerWorkspaceList::workspaceClicked, this,
             [this](const QString& id) { setSelectedWorkspaceID(id); });
-    m_sidebarEmpty = new WorkspaceManagerEmptyStateView(
-        {[this] { presentNewWorkspace(); }, [this] { importPromptPack(); }, [this] { setWorkspaceSearch({}); },
-         nullptr, nullptr},
-        m_sidebarStack);
+    m_sidebarEmpty =
+        new WorkspaceManagerEmptyStateView({[this] { presentNewWorkspace(); }, [this] { importPromptPack(); },
+                                            [this] { setWorkspaceSearch({}); }, nullptr, nullptr},
+                                           m_sidebarStack);
     m_sidebarStack->addWidget(m_workspaceList);
     m_sidebarStack->addWidget(m_sidebarEmpty);
     column->addWidget(m_sidebarStack, 1);
@@ -626,10 +634,10 @@ QWidget* WorkspaceManagerView::buildDetail()
     padded->setContentsMargins(panePadding, panePadding, panePadding, panePadding);
     m_detailStack = new QStackedWidget(pane);
     padded->addWidget(m_detailStack);
-    m_detailEmpty = new WorkspaceManagerEmptyStateView(
-        {[this] { presentNewWorkspace(); }, [this] { importPromptPack(); }, [this] { setWorkspaceSearch({}); },
-         nullptr, nullptr},
-        m_detailStack);
+    m_detailEmpty =
+        new WorkspaceManagerEmptyStateView({[this] { presentNewWorkspace(); }, [this] { importPromptPack(); },
+                                            [this] { setWorkspaceSearch({}); }, nullptr, nullptr},
+                                           m_detailStack);
     m_detailStack->addWidget(m_detailEmpty);
 
     auto* noSelection = new QWidget(m_detailStack);
@@ -663,7 +671,8 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
     m_nameLabel = new ElidedLabel(detail);
     m_nameLabel->setFont(PanelText::styled(PromptTextStyle::title2, size, QFont::DemiBold));
     PanelText::setColor(m_nameLabel, Brand::textPrimary());
-    m_sourceLabel = PanelText::label(textStyleFont(PromptTextStyle::body, size), VelmoraColors::secondaryText(), detail);
+    m_sourceLabel =
+        PanelText::label(textStyleFont(PromptTextStyle::body, size), VelmoraColors::secondaryText(), detail);
     names->addWidget(m_nameLabel);
     names->addWidget(m_sourceLabel);
     header->addLayout(names, 1);
@@ -688,7 +697,8 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
         if (const std::optional<PromptWorkspace> selected = selectedWorkspace())
             exportPromptPack(*selected);
     });
-    for (VelmoraButton* button : {m_copySampleButton, m_hideSamplesButton, m_exportWorkspaceButton, m_editWorkspaceButton})
+    for (VelmoraButton* button :
+         {m_copySampleButton, m_hideSamplesButton, m_exportWorkspaceButton, m_editWorkspaceButton})
         headerButtons->addWidget(button, 0, Qt::AlignTop);
     header->addLayout(headerButtons);
     column->addLayout(header);
@@ -714,8 +724,10 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
     info->setHorizontalSpacing(16);
     info->setVerticalSpacing(6);
     for (const char* key : {infoPromptCount, infoBindings, infoFile, infoModified}) {
-        QLabel* label = PanelText::label(textStyleFont(PromptTextStyle::body, size), VelmoraColors::secondaryText(), detail);
-        QLabel* value = PanelText::label(textStyleFont(PromptTextStyle::body, size), Brand::textPrimary(), detail, true);
+        QLabel* label = PanelText::label(textStyleFont(PromptTextStyle::body, size),
+                                         VelmoraColors::secondaryText(), detail);
+        QLabel* value =
+            PanelText::label(textStyleFont(PromptTextStyle::body, size), Brand::textPrimary(), detail, true);
         value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
         value->setObjectName(QString::fromLatin1(key));
         const int row = int(m_infoRows.size());
@@ -729,7 +741,8 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
 
     auto* promptsHeader = new QHBoxLayout();
     promptsHeader->setSpacing(10);
-    m_promptsTitle = PanelText::label(textStyleFont(PromptTextStyle::headline, size), Brand::textPrimary(), detail);
+    m_promptsTitle =
+        PanelText::label(textStyleFont(PromptTextStyle::headline, size), Brand::textPrimary(), detail);
     promptsHeader->addWidget(m_promptsTitle);
     promptsHeader->addStretch();
     m_promptFilter = EditorSheetParts::singleLineField({}, detail);
@@ -739,7 +752,8 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
     connect(m_promptFilter, &QLineEdit::textChanged, this, &WorkspaceManagerView::setPromptSearch);
     promptsHeader->addWidget(m_promptFilter);
     m_createPromptButton = makeButton("action.create.prompt", u"plus"_s, detail);
-    connect(m_createPromptButton, &QAbstractButton::clicked, this, [this] { presentPromptEditor(std::nullopt); });
+    connect(m_createPromptButton, &QAbstractButton::clicked, this,
+            [this] { presentPromptEditor(std::nullopt); });
     promptsHeader->addWidget(m_createPromptButton);
     column->addLayout(promptsHeader);
 
@@ -749,18 +763,20 @@ QWidget* WorkspaceManagerView::buildWorkspaceDetail()
             [this](const PromptItem& prompt) { presentPromptEditor(prompt); });
     connect(m_promptList, &WorkspaceManagerPromptList::deleteRequested, this,
             &WorkspaceManagerView::requestPromptDelete);
-    m_noSearchLabel = PanelText::label(textStyleFont(PromptTextStyle::body, size), VelmoraColors::secondaryText(),
-                                       m_promptStack);
+    m_noSearchLabel = PanelText::label(textStyleFont(PromptTextStyle::body, size),
+                                       VelmoraColors::secondaryText(), m_promptStack);
     m_noSearchLabel->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     m_noSearchLabel->setContentsMargins(0, 36, 0, 36);
-    m_promptsEmpty = new WorkspaceManagerEmptyStateView(
-        {nullptr, [this] { importPromptPack(); }, nullptr, [this] { presentPromptEditor(std::nullopt); }, nullptr},
-        m_promptStack);
-    m_noPromptsLabel = PanelText::label(textStyleFont(PromptTextStyle::body, size), VelmoraColors::secondaryText(),
-                                        m_promptStack);
+    m_promptsEmpty =
+        new WorkspaceManagerEmptyStateView({nullptr, [this] { importPromptPack(); }, nullptr,
+                                            [this] { presentPromptEditor(std::nullopt); }, nullptr},
+                                           m_promptStack);
+    m_noPromptsLabel = PanelText::label(textStyleFont(PromptTextStyle::body, size),
+                                        VelmoraColors::secondaryText(), m_promptStack);
     m_noPromptsLabel->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     m_noPromptsLabel->setContentsMargins(0, 36, 0, 36);
-    for (QWidget* page : std::initializer_list<QWidget*>{m_promptList, m_noSearchLabel, m_promptsEmpty, m_noPromptsLabel})
+    for (QWidget* page :
+         std::initializer_list<QWidget*>{m_promptList, m_noSearchLabel, m_promptsEmpty, m_noPromptsLabel})
         m_promptStack->addWidget(page);
     column->addWidget(m_promptStack, 1);
     return detail;
@@ -802,7 +818,8 @@ void WorkspaceManagerView::rebuildBanners()
     actions.showInFileManager = m_showInFileManager;
     const QList<PromptConfigIssue>& issues = m_promptStore.configIssues();
     for (const PromptConfigIssue& issue : issues) {
-        auto* banner = new ConfigIssueBanner(issue, m_promptStore, false, actions, language(), m_interfaceTextSize, this);
+        auto* banner = new ConfigIssueBanner(issue, m_promptStore, false, actions, language(),
+                                             m_interfaceTextSize, this);
         m_bannerColumn->addSpacing(10);
         m_bannerColumn->addWidget(banner);
         m_banners.append(banner);
@@ -862,8 +879,9 @@ void WorkspaceManagerView::refreshSidebar(const QList<PromptWorkspace>& all)
         m_sidebarStack->setCurrentWidget(m_workspaceList);
     }
 
-    const bool anyTickable = std::any_of(shown.cbegin(), shown.cend(),
-                                         [](const PromptWorkspace& workspace) { return workspace.isEditable(); });
+    const bool anyTickable = std::any_of(shown.cbegin(), shown.cend(), [](const PromptWorkspace& workspace) {
+        return workspace.isEditable();
+    });
     m_selectFilteredButton->setEnabled(anyTickable);
     m_clearSelectionButton->setEnabled(!m_selectedForDeletion.isEmpty());
     m_deleteSelectedButton->setEnabled(!deletableSelection().isEmpty());
@@ -913,14 +931,16 @@ void WorkspaceManagerView::refreshPrompts(const PromptWorkspace& workspace)
 {
     const QList<PromptItem> prompts = filteredPrompts(workspace);
     const bool editable = workspace.isEditable();
-    m_promptList->setPrompts(prompts, editable, {text("action.edit"), text("action.delete"), text("list.separator")},
+    m_promptList->setPrompts(prompts, editable,
+                             {text("action.edit"), text("action.delete"), text("list.separator")},
                              m_interfaceTextSize);
     if (!prompts.isEmpty()) {
         m_promptStack->setCurrentWidget(m_promptList);
     } else if (!workspace.prompts.isEmpty()) {
         m_promptStack->setCurrentWidget(m_noSearchLabel);
     } else if (editable) {
-        m_promptsEmpty->setState(WorkspaceManagerEmptyState::editableEmpty(), language(), m_interfaceTextSize);
+        m_promptsEmpty->setState(WorkspaceManagerEmptyState::editableEmpty(), language(),
+                                 m_interfaceTextSize);
         m_promptStack->setCurrentWidget(m_promptsEmpty);
     } else {
         m_promptStack->setCurrentWidget(m_noPromptsLabel);

@@ -29,7 +29,8 @@ struct RowFonts {
 
     explicit RowFonts(PromptPanelTextSize size)
         : name(textStyleFont(PromptTextStyle::headline, size)),
-          caption(textStyleFont(PromptTextStyle::caption, size)), path(WorkspaceManagerRowPainting::caption2(size))
+          caption(textStyleFont(PromptTextStyle::caption, size)),
+          path(WorkspaceManagerRowPainting::caption2(size))
     {
         path.setStyleHint(QFont::Monospace);
         path.setFamily(u"monospace"_s);
@@ -37,9 +38,12 @@ struct RowFonts {
 
     int height(int reasonLines) const
     {
-        const int reason = reasonLines > 0 ? lineSpacing + reasonLines * WorkspaceManagerRowPainting::lineHeight(caption2()) : 0;
-        return 2 * padding + WorkspaceManagerRowPainting::lineHeight(name) + lineSpacing + WorkspaceManagerRowPainting::lineHeight(caption) +
-               lineSpacing + WorkspaceManagerRowPainting::lineHeight(path) + reason;
+        const int reason =
+            reasonLines > 0 ? lineSpacing + reasonLines * WorkspaceManagerRowPainting::lineHeight(caption2())
+                            : 0;
+        return 2 * padding + WorkspaceManagerRowPainting::lineHeight(name) + lineSpacing +
+               WorkspaceManagerRowPainting::lineHeight(caption) + lineSpacing +
+               WorkspaceManagerRowPainting::lineHeight(path) + reason;
     }
     QFont caption2() const
     {
@@ -58,7 +62,10 @@ public:
 
     const QList<Row>* rows = nullptr;
 
-    int rowCount(const QModelIndex& parent) const override { return parent.isValid() ? 0 : int(rows->size()); }
+    int rowCount(const QModelIndex& parent) const override
+    {
+        return parent.isValid() ? 0 : int(rows->size());
+    }
 
     Qt::ItemFlags flags(const QModelIndex& index) const override
     {
@@ -97,7 +104,8 @@ public:
 
 class WorkspaceRowDelegate : public QStyledItemDelegate {
 public:
-    WorkspaceRowDelegate(const QList<Row>& rows, QObject* parent) : QStyledItemDelegate(parent), m_rows(rows) {}
+    WorkspaceRowDelegate(const QList<Row>& rows, QObject* parent) : QStyledItemDelegate(parent), m_rows(rows)
+    {}
 
     PromptPanelTextSize textSize = PromptPanelTextSize::system;
     int textWidth = 300; // of a card's lines, set by the list as it is resized
@@ -120,10 +128,7 @@ public:
     {
         return {item.left() + 1, item.top() + padding, checkBoxSize, checkBoxSize};
     }
-    static QRect cardRect(const QRect& item)
-    {
-        return item.adjusted(checkBoxSize + checkBoxGap, 0, 0, 0);
-    }
+    static QRect cardRect(const QRect& item) { return item.adjusted(checkBoxSize + checkBoxGap, 0, 0, 0); }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
@@ -152,13 +157,14 @@ public:
         WorkspaceManagerRowPainting::text(*painter, line, fonts.caption, VelmoraColors::secondaryText(),
                                           row.sourceLine);
         line = WorkspaceManagerRowPainting::nextLine(line, fonts.path, lineSpacing);
-        WorkspaceManagerRowPainting::text(*painter, line, fonts.path, VelmoraColors::secondaryText(), row.pathLine,
-                                          Qt::ElideMiddle);
+        WorkspaceManagerRowPainting::text(*painter, line, fonts.path, VelmoraColors::secondaryText(),
+                                          row.pathLine, Qt::ElideMiddle);
         if (const int lines = reasonLines(row)) {
             line = WorkspaceManagerRowPainting::nextLine(line, fonts.caption2(), lineSpacing);
             line.setHeight(lines * line.height());
             WorkspaceManagerRowPainting::wrappedText(*painter, line, fonts.caption2(),
-                                                     WorkspaceManagerRowPainting::orange(), row.readOnlyReason, lines);
+                                                     WorkspaceManagerRowPainting::orange(),
+                                                     row.readOnlyReason, lines);
         }
         painter->restore();
     }

@@ -27,7 +27,9 @@ struct WorkspaceManagerHarness {
     QSettings settings{home.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
     // Answers whether a write of the bindings file fails; absent: none does.
     std::function<bool(const QByteArray& data, const QString& path)> failBindingWrite;
-    AppLanguageStore languages{&settings, [] { return QStringList{QStringLiteral("en")}; }};
+    AppLanguageStore languages{&settings, [] {
+                                   return QStringList{QStringLiteral("en")};
+                               }};
     std::shared_ptr<ContextBindingStore> bindings;
     std::unique_ptr<PromptStore> store;
     FakeFileChooser chooser;
@@ -42,7 +44,9 @@ struct WorkspaceManagerHarness {
                 return AppError::posix(EIO);
             return SecureFileWriter::writeData(data, path);
         };
-        dependencies.languageProvider = [this] { return languages.effectiveLanguage(); };
+        dependencies.languageProvider = [this] {
+            return languages.effectiveLanguage();
+        };
         bindings = std::make_shared<ContextBindingStore>(homePath(), dependencies);
         store = std::make_unique<PromptStore>(
             homePath(), [this] { return languages.effectiveLanguage(); }, &settings,
@@ -53,7 +57,10 @@ struct WorkspaceManagerHarness {
     ~WorkspaceManagerHarness() { view.reset(); }
 
     QString homePath() const { return QDir(home.path()).canonicalPath(); }
-    QString path(const QString& relative) const { return homePath() + QStringLiteral("/.velmora/") + relative; }
+    QString path(const QString& relative) const
+    {
+        return homePath() + QStringLiteral("/.velmora/") + relative;
+    }
 
     void write(const QString& relative, const QByteArray& bytes) const
     {

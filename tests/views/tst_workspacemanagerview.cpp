@@ -28,8 +28,8 @@ QByteArray workspaceFile(const char* name, int prompts)
     QByteArray file = "workspace:\n  name: " + QByteArray(name) + "\nprompts:\n";
     for (int index = 1; index <= prompts; ++index) {
         const QByteArray id = QByteArray(name).toLower() + QByteArray::number(index);
-        file += "  - id: " + id + "\n    title: " + QByteArray(name) + " prompt " + QByteArray::number(index) +
-                "\n    group: Daily\n    text: |\n      Body of " + id + "\n";
+        file += "  - id: " + id + "\n    title: " + QByteArray(name) + " prompt " +
+                QByteArray::number(index) + "\n    group: Daily\n    text: |\n      Body of " + id + "\n";
     }
     return file;
 }
@@ -102,15 +102,21 @@ private Q_SLOTS:
         QTest::addColumn<std::optional<WorkspaceManagerEmptyState>>("expected");
         const auto input = [](qsizetype total, qsizetype filtered, bool searching, Selection selection,
                               qsizetype prompts = 0) {
-            return WorkspaceManagerEmptyStateInput{total, filtered, searching, selection, true, prompts, false};
+            return WorkspaceManagerEmptyStateInput{total, filtered, searching, selection,
+                                                   true,  prompts,  false};
         };
         using State = WorkspaceManagerEmptyState;
-        QTest::newRow("no data wins over a search") << input(0, 0, true, Selection::editable) << std::optional(State::noData());
-        QTest::newRow("search hides all") << input(3, 0, true, Selection::editable) << std::optional(State::filteredToEmpty());
+        QTest::newRow("no data wins over a search")
+            << input(0, 0, true, Selection::editable) << std::optional(State::noData());
+        QTest::newRow("search hides all")
+            << input(3, 0, true, Selection::editable) << std::optional(State::filteredToEmpty());
         QTest::newRow("search with matches") << input(3, 1, true, Selection::none) << std::optional<State>();
-        QTest::newRow("read-only") << input(3, 3, false, Selection::readOnly) << std::optional(State::readOnly(true));
-        QTest::newRow("editable empty") << input(3, 3, false, Selection::editable) << std::optional(State::editableEmpty());
-        QTest::newRow("editable with prompts") << input(3, 3, false, Selection::editable, 2) << std::optional<State>();
+        QTest::newRow("read-only") << input(3, 3, false, Selection::readOnly)
+                                   << std::optional(State::readOnly(true));
+        QTest::newRow("editable empty")
+            << input(3, 3, false, Selection::editable) << std::optional(State::editableEmpty());
+        QTest::newRow("editable with prompts")
+            << input(3, 3, false, Selection::editable, 2) << std::optional<State>();
     }
     void emptyStateResolves()
     {
@@ -128,13 +134,16 @@ private Q_SLOTS:
         QTest::newRow("noData") << State::noData() << u"workspace.manager.empty.title"_s
                                 << QStringList{u"action.create.workspace"_s, u"action.import.prompt.pack"_s}
                                 << QStringList{u"createWorkspace"_s, u"import"_s};
-        QTest::newRow("filteredToEmpty") << State::filteredToEmpty() << u"workspace.manager.filtered.empty.title"_s
-                                         << QStringList{u"action.clear.search"_s} << QStringList{u"clear"_s};
-        QTest::newRow("editableEmpty") << State::editableEmpty() << u"workspace.manager.editable.empty.title"_s
-                                       << QStringList{u"action.create.prompt"_s, u"action.import.prompt.pack"_s}
-                                       << QStringList{u"createPrompt"_s, u"import"_s};
-        QTest::newRow("readOnly exportable") << State::readOnly(true) << u"workspace.manager.readonly.title"_s
-                                             << QStringList{u"action.export.pack"_s} << QStringList{u"export"_s};
+        QTest::newRow("filteredToEmpty")
+            << State::filteredToEmpty() << u"workspace.manager.filtered.empty.title"_s
+            << QStringList{u"action.clear.search"_s} << QStringList{u"clear"_s};
+        QTest::newRow("editableEmpty")
+            << State::editableEmpty() << u"workspace.manager.editable.empty.title"_s
+            << QStringList{u"action.create.prompt"_s, u"action.import.prompt.pack"_s}
+            << QStringList{u"createPrompt"_s, u"import"_s};
+        QTest::newRow("readOnly exportable")
+            << State::readOnly(true) << u"workspace.manager.readonly.title"_s
+            << QStringList{u"action.export.pack"_s} << QStringList{u"export"_s};
         QTest::newRow("readOnly") << State::readOnly(false) << u"workspace.manager.readonly.title"_s
                                   << QStringList{} << QStringList{};
     }
@@ -142,7 +151,11 @@ private Q_SLOTS:
     {
         QFETCH(WorkspaceManagerEmptyState, state);
         QStringList called;
-        const auto note = [&called](const char* name) { return [&called, name] { called.append(QString::fromLatin1(name)); }; };
+        const auto note = [&called](const char* name) {
+            return [&called, name] {
+                called.append(QString::fromLatin1(name));
+            };
+        };
         WorkspaceManagerEmptyStateView empty(
             {note("createWorkspace"), note("import"), note("clear"), note("createPrompt"), note("export")});
         empty.setState(state, AppLanguage::english, PromptPanelTextSize::system);
@@ -208,7 +221,7 @@ private Q_SLOTS:
         clickRow(QString::fromLatin1(globalWorkspaceID), true);
         QCOMPARE(view().selectedForDeletion(), QSet<QString>{u"alpha"_s});
         QVERIFY(!view().selectedWorkspaceID()); // a tick doesn't select
-        view().setWorkspaceSearch(u"a"_s); // alpha, beta, gamma and the global prompts' name
+        view().setWorkspaceSearch(u"a"_s);      // alpha, beta, gamma and the global prompts' name
         view().setTicked(u"gamma"_s, true);
         view().setTicked(u"gamma"_s, false);
         view().setWorkspaceSearch(u"beta"_s);
@@ -250,7 +263,8 @@ private Q_SLOTS:
             clickRow(id, true);
         click(u"workspace.manager.delete.selected"_s);
         QVERIFY(view().pendingWorkspaceDelete());
-        QCOMPARE(sheetMessage(), en("workspace.manager.delete.confirm.message").arg(u"3"_s, u"Alpha\nBeta\nGamma"_s));
+        QCOMPARE(sheetMessage(),
+                 en("workspace.manager.delete.confirm.message").arg(u"3"_s, u"Alpha\nBeta\nGamma"_s));
         QVERIFY(!child<VelmoraButton>(view().sheetHost(), u"action.delete"_s)->isDefault());
         clickInSheet(u"action.delete"_s);
         QTRY_VERIFY(!view().pendingWorkspaceDelete());
@@ -308,7 +322,8 @@ private Q_SLOTS:
         QTest::addColumn<PromptWorkspaceSource>("source");
         QTest::newRow("global") << QString::fromLatin1(globalWorkspaceID) << PromptWorkspaceSource::global;
         QTest::newRow("project") << QString() << PromptWorkspaceSource::projectConfig;
-        QTest::newRow("sample") << QString::fromLatin1(globalWorkspaceID) << PromptWorkspaceSource::transientSample;
+        QTest::newRow("sample") << QString::fromLatin1(globalWorkspaceID)
+                                << PromptWorkspaceSource::transientSample;
     }
     void readOnlyWorkspacesCanBeNeitherTickedNorEdited()
     {
@@ -341,7 +356,8 @@ private Q_SLOTS:
         view().setWorkspaceSearch(shown->name);
         view().selectFiltered();
         QVERIFY(view().selectedForDeletion().isEmpty());
-        QCOMPARE(view().workspaceList()->rows().at(rowOf(id)).readOnlyReason, h().store->readOnlyReason(*shown));
+        QCOMPARE(view().workspaceList()->rows().at(rowOf(id)).readOnlyReason,
+                 h().store->readOnlyReason(*shown));
         QCOMPARE(view().shownText(u"readOnly"_s), h().store->readOnlyReason(*shown));
         QVERIFY(button(u"action.export.pack"_s)->isVisible());
         QVERIFY(!button(u"action.create.prompt"_s)->isEnabled());
@@ -395,10 +411,13 @@ private Q_SLOTS:
             PromptWorkspace workspace;
             workspace.id = u"team"_s;
             workspace.name = u"Team"_s;
-            workspace.prompts = {PromptItem{u"t1"_s, u"Team prompt"_s, u"G"_s, std::nullopt, u"Body"_s, {}, false, std::nullopt}};
+            workspace.prompts = {PromptItem{
+                u"t1"_s, u"Team prompt"_s, u"G"_s, std::nullopt, u"Body"_s, {}, false, std::nullopt}};
             QFile file(pack);
             QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(PromptYAMLEncoder::encodePack(workspace, {u"team"_s, u"Team pack"_s, {}, u"1.0.0"_s, {}}).toUtf8());
+            file.write(
+                PromptYAMLEncoder::encodePack(workspace, {u"team"_s, u"Team pack"_s, {}, u"1.0.0"_s, {}})
+                    .toUtf8());
         }
         view().setWorkspaceSearch(u"alpha"_s);
         view().setPromptSearch(u"x"_s);
@@ -406,7 +425,8 @@ private Q_SLOTS:
         click(u"action.import.prompt.pack"_s);
         QCOMPARE(h().chooser.requests.constLast().suffixes, (QStringList{u"yaml"_s, u"yml"_s}));
         QCOMPARE(h().chooser.requests.constLast().title, en("action.select.pack.file"));
-        QVERIFY(view().selectedWorkspaceID() && view().selectedWorkspaceID() == h().store->lastEditedWorkspaceID());
+        QVERIFY(view().selectedWorkspaceID() &&
+                view().selectedWorkspaceID() == h().store->lastEditedWorkspaceID());
         QCOMPARE(view().shownText(u"name"_s), u"Team"_s);
         QVERIFY(view().workspaceSearch().isEmpty() && view().promptSearch().isEmpty());
         QVERIFY(view().workspaceFilter()->text().isEmpty());
@@ -492,7 +512,8 @@ private Q_SLOTS:
         QCOMPARE(view().selectedWorkspaceID(), std::optional(u"beta"_s));
         QVERIFY(view().workspaceList()->rows().at(rowOf(u"beta"_s)).selected);
         QCOMPARE(view().shownText(u"field.prompt.count"_s), u"1"_s);
-        QCOMPARE(view().shownText(u"field.config.file"_s), h().path(u"workspaces/beta.yaml"_s).replace(h().homePath(), u"~"_s));
+        QCOMPARE(view().shownText(u"field.config.file"_s),
+                 h().path(u"workspaces/beta.yaml"_s).replace(h().homePath(), u"~"_s));
         QVERIFY(view().shownText(u"workspace.manager.modified"_s) != en("common.none"));
         QTest::mouseClick(view().promptList()->viewport(), Qt::LeftButton, {},
                           view().promptList()->editButtonRect(0).center());
@@ -504,7 +525,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QLocale>("locale");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("en_US") << QLocale(QLocale::English, QLocale::UnitedStates) << u"Mar 5, 2024 2:07 PM"_s;
+        QTest::newRow("en_US") << QLocale(QLocale::English, QLocale::UnitedStates)
+                               << u"Mar 5, 2024 2:07 PM"_s;
         QTest::newRow("zh_CN") << QLocale(QLocale::Chinese, QLocale::China) << u"2024年3月5日 14:07"_s;
         QTest::newRow("de_DE") << QLocale(QLocale::German, QLocale::Germany) << u"5. März 2024 14:07"_s;
     }

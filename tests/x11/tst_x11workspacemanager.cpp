@@ -26,9 +26,9 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QSettings>
-#include <QWindow>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
 
 #include <xcb/xcb.h>
 
@@ -45,11 +45,12 @@ quint32 activeWindow(const QString& display)
     if (!xcb_connection_has_error(connection)) {
         const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
         const char name[] = "_NET_ACTIVE_WINDOW";
-        xcb_intern_atom_reply_t* atom =
-            xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 1, sizeof(name) - 1, name), nullptr);
+        xcb_intern_atom_reply_t* atom = xcb_intern_atom_reply(
+            connection, xcb_intern_atom(connection, 1, sizeof(name) - 1, name), nullptr);
         if (atom && atom->atom != XCB_ATOM_NONE) {
             xcb_get_property_reply_t* property = xcb_get_property_reply(
-                connection, xcb_get_property(connection, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr);
+                connection, xcb_get_property(connection, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1),
+                nullptr);
             if (property && xcb_get_property_value_length(property) >= 4)
                 value = *static_cast<const quint32*>(xcb_get_property_value(property));
             std::free(property);
@@ -127,7 +128,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(windowManagerRunning(m_server.display()), 10000);
         QDir().mkpath(m_shots);
         QVERIFY(QDir(m_home.path()).mkpath(u".velmora/workspaces"_s));
-        write(u"global.yaml"_s, "prompts:\n  - id: g1\n    title: Explain this\n    text: |\n      Explain.\n");
+        write(u"global.yaml"_s,
+              "prompts:\n  - id: g1\n    title: Explain this\n    text: |\n      Explain.\n");
         write(u"workspaces/alpha.yaml"_s, "workspace:\n  name: Alpha\nprompts:\n  - id: a1\n    title: Plan\n"
                                           "    text: |\n      Plan the work.\n");
         write(u"workspaces/beta.yaml"_s, betaFile);
@@ -193,7 +195,8 @@ private Q_SLOTS:
         QVERIFY(xdotool({u"key"_s, u"ctrl+a"_s}));
         QVERIFY(xdotool({u"type"_s, u"Beta renamed"_s}));
         QTRY_COMPARE(sheet->nameField()->text(), u"Beta renamed"_s);
-        const QByteArray changed = betaFile + "  - id: b2\n    title: Added elsewhere\n    text: |\n      X\n";
+        const QByteArray changed =
+            betaFile + "  - id: b2\n    title: Added elsewhere\n    text: |\n      X\n";
         write(u"workspaces/beta.yaml"_s, changed);
         QVERIFY(clickOn(sheet->saveButton()));
         QTRY_VERIFY_WITH_TIMEOUT(sheet->showsConflictActions(), 10000);
@@ -204,10 +207,11 @@ private Q_SLOTS:
         QFile file(velmoraPath(u"workspaces/beta.yaml"_s));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), changed);
-        QTRY_VERIFY_WITH_TIMEOUT(std::any_of(m_runtime->promptStore().workspaces().cbegin(),
-                                             m_runtime->promptStore().workspaces().cend(),
-                                             [](const PromptWorkspace& each) { return each.name == u"Beta renamed"_s; }),
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            std::any_of(m_runtime->promptStore().workspaces().cbegin(),
+                        m_runtime->promptStore().workspaces().cend(),
+                        [](const PromptWorkspace& each) { return each.name == u"Beta renamed"_s; }),
+            10000);
         QCOMPARE(QDir(velmoraPath(u"workspaces"_s)).entryList(QDir::Files).size(), 3);
     }
 
@@ -231,7 +235,8 @@ int main(int argc, char** argv)
     const auto has = [](const char16_t* program) {
         return !QStandardPaths::findExecutable(QString::fromUtf16(program)).isEmpty();
     };
-    const bool hasTools = XvfbServer::available() && has(u"openbox") && has(u"xdotool") && has(u"dbus-daemon");
+    const bool hasTools =
+        XvfbServer::available() && has(u"openbox") && has(u"xdotool") && has(u"dbus-daemon");
     bool started = hasTools && server.start();
     if (started) {
         const QString bus = server.startSessionBus();
