@@ -147,9 +147,10 @@ PackLines readPackLines(QStringView text)
     PackLines result;
     bool inPack = false;
     bool inPrompts = false;
-    std::optional<RequiredPromptFields> block;
+    RequiredPromptFields block;
+    bool inBlock = false;
     const auto closeBlock = [&] {
-        if (block && !block->present())
+        if (inBlock && !block.present())
             result.requiredFieldsPresent = false;
     };
     LineReader reader(text);
@@ -177,10 +178,11 @@ PackLines readPackLines(QStringView text)
             inPrompts = true;
         } else if (inPrompts && raw.size() >= 4 && raw[2] == u'-' && raw.startsWith(u"  - ")) {
             closeBlock();
-            block.emplace();
-            block->read(trimmed.sliced(2));
-        } else if (block) {
-            block->read(trimmed);
+            block = RequiredPromptFields();
+            inBlock = true;
+            block.read(trimmed.sliced(2));
+        } else if (inBlock) {
+            block.read(trimmed);
         }
     }
     closeBlock();
