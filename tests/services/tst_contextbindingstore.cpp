@@ -86,6 +86,12 @@ QString sha256Keyword(const QByteArray& salt, const QString& title)
                                                       .toHex());
 }
 
+// The outcome of an add, without the binding.
+Expected<void> added(const Expected<AgentWorkspaceBinding>& result)
+{
+    return result ? Expected<void>() : Expected<void>(result.error());
+}
+
 } // namespace
 
 class TestContextBindingStore : public QObject {
@@ -341,9 +347,7 @@ private Q_SLOTS:
             {u"X"_s, AgentType::zed, u"Zed"_s, std::nullopt, u"web"_s, false, utc("2024-01-01T00:00:00Z")});
         const QList<Expected<void>> refusals{
             store->throwIfBindingsFileUnreadable(),
-            Expected<void>(
-                store->addAgentWorkspaceBinding(AgentType::zed, u"Zed"_s, std::nullopt, u"web"_s, true)
-                    .error()),
+            added(store->addAgentWorkspaceBinding(AgentType::zed, u"Zed"_s, std::nullopt, u"web"_s, true)),
             store->deleteAgentWorkspaceBinding(u"Z"_s),
             store->setLastSelectedWorkspaceID(u"web"_s, context(AgentType::zed, u"Zed"_s)),
             store->deleteWorkspaceReferences(u"web"_s),
@@ -456,29 +460,21 @@ private Q_SLOTS:
         QSignalSpy legacyChanges(store.get(), &ContextBindingStore::bindingsChanged);
 
         const QString zedID = before.agentWorkspaceBindings.first().id;
-        Expected<void> result;
-        switch (operation) {
-        case 0:
-            result = Expected<void>(
-                store->addAgentWorkspaceBinding(AgentType::kiro, u"Kiro"_s, std::nullopt, u"web"_s, true)
-                    .error());
-            break;
-        case 1:
-            result = Expected<void>(
-                store
-                    ->addAgentWorkspaceBinding(AgentType::cursor, u"Cursor 2"_s, std::nullopt, u"api"_s, true)
-                    .error());
-            break;
-        case 2:
-            result = store->deleteAgentWorkspaceBinding(zedID);
-            break;
-        case 3:
-            result = store->setLastSelectedWorkspaceID(u"api"_s, context(AgentType::cursor, u"Cursor"_s));
-            break;
-        case 4:
-            result = store->deleteWorkspaceReferences(u"web"_s);
-            break;
-        }
+        const std::function<Expected<void>()> operations[] = {
+            [&] {
+                return added(store->addAgentWorkspaceBinding(AgentType::kiro, u"Kiro"_s, {}, u"web"_s, true));
+            },
+            [&] {
+                return added(
+                    store->addAgentWorkspaceBinding(AgentType::cursor, u"Cursor 2"_s, {}, u"api"_s, true));
+            },
+            [&] { return store->deleteAgentWorkspaceBinding(zedID); },
+            [&] {
+                return store->setLastSelectedWorkspaceID(u"api"_s, context(AgentType::cursor, u"Cursor"_s));
+            },
+            [&] { return store->deleteWorkspaceReferences(u"web"_s); },
+        };
+        const Expected<void> result = operations[operation]();
         QVERIFY(!result);
         if (!folderIsAFile)
             QCOMPARE(result.error().code, qint64(ENOSPC));
