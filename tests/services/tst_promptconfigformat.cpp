@@ -29,6 +29,12 @@ PromptConfigLoader makeLoader(AppLanguage language = AppLanguage::english)
     return PromptConfigLoader(u"/nonexistent-home"_s, [language] { return language; });
 }
 
+// The prompts of a file, read by a loader of their own.
+QList<PromptItem> parsed(const QString& file)
+{
+    return makeLoader().parsePrompts(file);
+}
+
 PromptItem item(const QString& id, const QString& title = u"Title"_s)
 {
     PromptItem prompt;
@@ -471,8 +477,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, value);
         QFETCH(bool, pinned);
-        PromptConfigLoader loader = makeLoader();
-        const auto prompts = loader.parsePrompts(QString(u"prompts:\n  - id: a\n    pinned: "_s + value));
+        const auto prompts = parsed(QString(u"prompts:\n  - id: a\n    pinned: "_s + value));
         QCOMPARE(prompts.size(), 1);
         QCOMPARE(prompts[0].isPinned, pinned);
     }
@@ -518,17 +523,14 @@ private Q_SLOTS:
     {
         QFETCH(QString, file);
         QFETCH(QStringList, tags);
-        PromptConfigLoader loader = makeLoader();
-        const auto prompts = loader.parsePrompts(file);
+        const auto prompts = parsed(file);
         QCOMPARE(prompts.size(), 1);
         QCOMPARE(prompts[0].tags, tags);
     }
 
     void nextItemAfterBlockTagListIsAPrompt()
     {
-        PromptConfigLoader loader = makeLoader();
-        const auto prompts =
-            loader.parsePrompts(lines({"prompts:", "  - id: a", "    tags:", "      - x", "  - id: b"}));
+        const auto prompts = parsed(lines({"prompts:", "  - id: a", "    tags:", "      - x", "  - id: b"}));
         QCOMPARE(idsOf(prompts), (QStringList{u"a"_s, u"b"_s}));
         QCOMPARE(prompts[0].tags, QStringList{u"x"_s});
         QVERIFY(prompts[1].tags.isEmpty());
@@ -536,15 +538,14 @@ private Q_SLOTS:
 
     void extractionHasNoCommentRule()
     {
-        PromptConfigLoader loader = makeLoader();
-        const auto prompts = loader.parsePrompts(lines(
+        const auto prompts = parsed(lines(
             {"prompts:", "  - id: a", "    title: Foo # note", "  - id: b", "    title: \"Foo\" # note"}));
         QCOMPARE(prompts.size(), 2);
         QCOMPARE(prompts[0].title, u"Foo # note"_s);
         QCOMPARE(prompts[1].title, u"\"Foo\" # note"_s);
 
-        QVERIFY(loader.parsePrompts(lines({"prompts: # note", "  - id: a"})).isEmpty());
-        QVERIFY(loader.parsePrompts(lines({"prompts: []", "  - id: a"})).isEmpty());
+        QVERIFY(parsed(lines({"prompts: # note", "  - id: a"})).isEmpty());
+        QVERIFY(parsed(lines({"prompts: []", "  - id: a"})).isEmpty());
     }
 
     void blockText_data()
@@ -584,18 +585,16 @@ private Q_SLOTS:
     {
         QFETCH(QString, file);
         QFETCH(QStringList, texts);
-        PromptConfigLoader loader = makeLoader();
         QStringList actual;
-        for (const PromptItem& prompt : loader.parsePrompts(file))
+        for (const PromptItem& prompt : parsed(file))
             actual.append(prompt.text);
         QCOMPARE(actual, texts);
     }
 
     void lastKeyWinsAndKeysComeInAnyOrder()
     {
-        PromptConfigLoader loader = makeLoader();
-        const auto prompts = loader.parsePrompts(lines({"prompts:", "  - text: first", "    title: A",
-                                                        "    id: x", "    title: B", "    text: second"}));
+        const auto prompts = parsed(lines({"prompts:", "  - text: first", "    title: A", "    id: x",
+                                           "    title: B", "    text: second"}));
         QCOMPARE(prompts.size(), 1);
         QCOMPARE(prompts[0].id, u"x"_s);
         QCOMPARE(prompts[0].title, u"B"_s);
@@ -604,10 +603,8 @@ private Q_SLOTS:
 
     void linesOutsidePromptsAndUnknownLinesAreSkipped()
     {
-        PromptConfigLoader loader = makeLoader();
-        const auto prompts =
-            loader.parsePrompts(lines({"title: before", "  - id: early", "prompts:", "  - foo", "  - id: a",
-                                       "    Title: upper", "    title :x"}));
+        const auto prompts = parsed(lines({"title: before", "  - id: early", "prompts:", "  - foo",
+                                           "  - id: a", "    Title: upper", "    title :x"}));
         QCOMPARE(idsOf(prompts), QStringList{u"a"_s});
         QCOMPARE(prompts[0].title, text("prompt.untitled"));
     }
@@ -662,81 +659,42 @@ private Q_SLOTS:
         QTest::addColumn<QString>("spelling");
         QTest::addColumn<AgentType>("agent");
 
-        struct Spelling {
-            AgentType agent;
-            const char* text;
+        const std::pair<AgentType, QStringList> table[] = {
+            {AgentType::antigravity, {u"antigravity"_s}},
+            {AgentType::antigravityIDE, {u"antigravity-ide"_s, u"antigravity ide"_s}},
+            {AgentType::codex, {u"codex"_s}},
+            {AgentType::claudeDesktop, {u"claude"_s, u"claude-desktop"_s, u"claude desktop"_s}},
+            {AgentType::claudeCode, {u"claude-code"_s, u"claude code"_s}},
+            {AgentType::cursor, {u"cursor"_s}},
+            {AgentType::vscode,
+             {u"vscode"_s, u"vs code"_s, u"vs-code"_s, u"code"_s, u"visual-studio-code"_s,
+              u"visual studio code"_s}},
+            {AgentType::ghostty, {u"ghostty"_s}},
+            {AgentType::terminal, {u"terminal"_s, u"term"_s, u"shell"_s}},
+            {AgentType::hermes, {u"hermes"_s, u"hermes-desktop"_s, u"hermes desktop"_s}},
+            {AgentType::windsurf, {u"windsurf"_s, u"devin"_s, u"devin-desktop"_s, u"devin desktop"_s}},
+            {AgentType::trae, {u"trae"_s, u"trae-ide"_s, u"trae ide"_s}},
+            {AgentType::zed, {u"zed"_s}},
+            {AgentType::jetbrains,
+             {u"jetbrains"_s, u"intellij"_s, u"intellij idea"_s, u"intellij-idea"_s, u"pycharm"_s,
+              u"webstorm"_s, u"goland"_s, u"clion"_s, u"phpstorm"_s, u"rubymine"_s, u"datagrip"_s,
+              u"rider"_s}},
+            {AgentType::kiro, {u"kiro"_s}},
+            {AgentType::kimi, {u"kimi"_s, u"kimi-desktop"_s, u"kimi desktop"_s}},
+            {AgentType::openCode,
+             {u"opencode"_s, u"open-code"_s, u"open code"_s, u"opencode-desktop"_s, u"opencode desktop"_s}},
+            {AgentType::zcode, {u"zcode"_s, u"z code"_s, u"z-code"_s}},
+            {AgentType::chrome, {u"chrome"_s, u"google-chrome"_s, u"google chrome"_s}},
+            {AgentType::arc, {u"arc"_s}},
+            {AgentType::safari, {u"safari"_s}},
+            {AgentType::edge, {u"edge"_s, u"microsoft-edge"_s, u"microsoft edge"_s}},
+            {AgentType::firefox, {u"firefox"_s}},
+            {AgentType::brave, {u"brave"_s, u"brave-browser"_s, u"brave browser"_s}},
         };
-        static constexpr Spelling table[] = {
-            {AgentType::antigravity, "antigravity"},
-            {AgentType::antigravityIDE, "antigravity-ide"},
-            {AgentType::antigravityIDE, "antigravity ide"},
-            {AgentType::codex, "codex"},
-            {AgentType::claudeDesktop, "claude"},
-            {AgentType::claudeDesktop, "claude-desktop"},
-            {AgentType::claudeDesktop, "claude desktop"},
-            {AgentType::claudeCode, "claude-code"},
-            {AgentType::claudeCode, "claude code"},
-            {AgentType::cursor, "cursor"},
-            {AgentType::vscode, "vscode"},
-            {AgentType::vscode, "vs code"},
-            {AgentType::vscode, "vs-code"},
-            {AgentType::vscode, "code"},
-            {AgentType::vscode, "visual-studio-code"},
-            {AgentType::vscode, "visual studio code"},
-            {AgentType::ghostty, "ghostty"},
-            {AgentType::terminal, "terminal"},
-            {AgentType::terminal, "term"},
-            {AgentType::terminal, "shell"},
-            {AgentType::hermes, "hermes"},
-            {AgentType::hermes, "hermes-desktop"},
-            {AgentType::hermes, "hermes desktop"},
-            {AgentType::windsurf, "windsurf"},
-            {AgentType::windsurf, "devin"},
-            {AgentType::windsurf, "devin-desktop"},
-            {AgentType::windsurf, "devin desktop"},
-            {AgentType::trae, "trae"},
-            {AgentType::trae, "trae-ide"},
-            {AgentType::trae, "trae ide"},
-            {AgentType::zed, "zed"},
-            {AgentType::jetbrains, "jetbrains"},
-            {AgentType::jetbrains, "intellij"},
-            {AgentType::jetbrains, "intellij idea"},
-            {AgentType::jetbrains, "intellij-idea"},
-            {AgentType::jetbrains, "pycharm"},
-            {AgentType::jetbrains, "webstorm"},
-            {AgentType::jetbrains, "goland"},
-            {AgentType::jetbrains, "clion"},
-            {AgentType::jetbrains, "phpstorm"},
-            {AgentType::jetbrains, "rubymine"},
-            {AgentType::jetbrains, "datagrip"},
-            {AgentType::jetbrains, "rider"},
-            {AgentType::kiro, "kiro"},
-            {AgentType::kimi, "kimi"},
-            {AgentType::kimi, "kimi-desktop"},
-            {AgentType::kimi, "kimi desktop"},
-            {AgentType::openCode, "opencode"},
-            {AgentType::openCode, "open-code"},
-            {AgentType::openCode, "open code"},
-            {AgentType::openCode, "opencode-desktop"},
-            {AgentType::openCode, "opencode desktop"},
-            {AgentType::zcode, "zcode"},
-            {AgentType::zcode, "z code"},
-            {AgentType::zcode, "z-code"},
-            {AgentType::chrome, "chrome"},
-            {AgentType::chrome, "google-chrome"},
-            {AgentType::chrome, "google chrome"},
-            {AgentType::arc, "arc"},
-            {AgentType::safari, "safari"},
-            {AgentType::edge, "edge"},
-            {AgentType::edge, "microsoft-edge"},
-            {AgentType::edge, "microsoft edge"},
-            {AgentType::firefox, "firefox"},
-            {AgentType::brave, "brave"},
-            {AgentType::brave, "brave-browser"},
-            {AgentType::brave, "brave browser"},
-        };
-        for (const Spelling& spelling : table)
-            QTest::newRow(spelling.text) << QString::fromLatin1(spelling.text) << spelling.agent;
+        for (const auto& [agent, spellings] : table) {
+            for (const QString& spelling : spellings)
+                QTest::newRow(qPrintable(spelling)) << spelling << agent;
+        }
         QTest::newRow("trimmed, upper case, underscores")
             << u"\t Visual_Studio_Code\u2028"_s << AgentType::vscode;
     }

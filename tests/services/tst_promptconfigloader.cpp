@@ -138,8 +138,7 @@ private Q_SLOTS:
             write(workspacePath(u".hidden.yaml"_s), "prompts:\n  - id: a\n");
             QVERIFY(QDir().mkpath(workspacePath(u"folder"_s)));
         }
-        PromptConfigLoader configLoader = loader(language);
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader(language).loadAllConfigs();
         const PromptConfigLoader::SampleData samples = PromptConfigLoader::sampleData(language);
         QVERIFY(result.showsTransientSamples);
         QCOMPARE(result.globalPrompts, samples.globalPrompts);
@@ -207,9 +206,9 @@ private Q_SLOTS:
              {std::tuple{false, std::optional(true), true}, std::tuple{true, std::optional<bool>(), true},
               std::tuple{true, std::optional(false), false},
               std::tuple{false, std::optional<bool>(), false}}) {
-            PromptConfigLoader configLoader =
-                loader(AppLanguage::english, {}, dismissedByDefaults ? &settings : nullptr, override);
-            const PromptLoadResult result = configLoader.loadAllConfigs();
+            const PromptLoadResult result =
+                loader(AppLanguage::english, {}, dismissedByDefaults ? &settings : nullptr, override)
+                    .loadAllConfigs();
             QCOMPARE(result.showsTransientSamples, !hidden);
             QCOMPARE(result.globalPrompts.isEmpty(), hidden);
             QCOMPARE(result.statusMessage,
@@ -223,8 +222,7 @@ private Q_SLOTS:
     void emptyGlobalFileIsAnIssueAndStopsTheSamples()
     {
         write(globalPath(), "");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QVERIFY(!result.showsTransientSamples);
         QVERIFY(result.globalPrompts.isEmpty());
         QVERIFY(result.workspaces.isEmpty());
@@ -247,8 +245,7 @@ private Q_SLOTS:
     void globalFileWithNoPromptsHasNoMetadata()
     {
         write(globalPath(), "prompts: []\n");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(result.statusMessage, text("status.config.no.prompts").arg(QString()));
         QVERIFY(result.configIssues.isEmpty());
         QVERIFY(result.workspaceMetadata.isEmpty());
@@ -258,8 +255,7 @@ private Q_SLOTS:
     void workspaceWithoutPromptsCountsAsLoaded()
     {
         write(workspacePath(u"empty.yaml"_s), "workspace:\n  name: Empty\n");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(idsOf(result.workspaces), QStringList{u"empty"_s});
         QCOMPARE(result.workspaces[0].name, u"Empty"_s);
         QCOMPARE(result.statusMessage, text("status.loaded.configs").arg(u"1"_s, QString()));
@@ -270,8 +266,7 @@ private Q_SLOTS:
     {
         write(globalPath(), "workspace:\n  name: Ignored\n  match_paths:\n    - /x\nprompts:\n  - id: g\n");
         write(workspacePath(u"team.yaml"_s), workspaceFile("Team", "t"));
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(result.globalPrompts.size(), 1);
         QCOMPARE(result.globalPrompts[0].id, u"g"_s);
         QCOMPARE(idsOf(result.workspaces), QStringList{u"team"_s});
@@ -285,8 +280,7 @@ private Q_SLOTS:
         const QByteArray named = workspaceFile("Team Name", "p");
         write(workspacePath(u"My Team.v2.yaml"_s), named);
         write(workspacePath(u"plain.yml"_s), "prompts:\n  - id: q\n");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(idsOf(result.workspaces), (QStringList{u"My Team.v2"_s, u"plain"_s})); // no slug rule
         const PromptWorkspace& team = result.workspaces[0];
         QCOMPARE(team.name, u"Team Name"_s);
@@ -310,8 +304,7 @@ private Q_SLOTS:
         write(workspacePath(u"yaml"_s), "prompts:\n  - id: y\n");
         write(workspacePath(u".x.yaml"_s), "prompts:\n  - id: x\n");
         write(workspacePath(u"nested/inner.yaml"_s), "prompts:\n  - id: i\n");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(idsOf(result.workspaces), (QStringList{u"C"_s, u"a"_s, u"b"_s, u"é"_s}));
         QVERIFY(result.configIssues.isEmpty());
     }
@@ -320,8 +313,7 @@ private Q_SLOTS:
     {
         write(workspacePath(u"a.yaml"_s), "prompts:\n  - id: one\n");
         write(workspacePath(u"a.yml"_s), "prompts:\n  - id: two\n    title: longer\n");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(idsOf(result.workspaces), (QStringList{u"a"_s, u"a"_s}));
         QCOMPARE(result.workspaceMetadata.size(), 1);
         QCOMPARE(result.workspaceMetadata.value(u"a"_s).fileSize,
@@ -338,8 +330,7 @@ private Q_SLOTS:
             QVERIFY(file.open(QIODevice::ReadWrite));
             QVERIFY(file.setFileTime(when, QFileDevice::FileModificationTime));
         }
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         const WorkspaceFileMetadata global =
             result.workspaceMetadata.value(QString::fromLatin1(globalWorkspaceID));
         QCOMPARE(global.fileSize, 19);
@@ -357,8 +348,7 @@ private Q_SLOTS:
         write(workspacePath(u"over.yaml"_s), validFileOfSize(mebibyte + 1, "over"));
         QCOMPARE(QFileInfo(workspacePath(u"exact.yaml"_s)).size(), mebibyte);
         QCOMPARE(QFileInfo(workspacePath(u"over.yaml"_s)).size(), mebibyte + 1);
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(idsOf(result.workspaces), QStringList{u"exact"_s});
         QCOMPARE(result.configIssues.size(), 1);
         QCOMPARE(result.configIssues[0].kind, PromptConfigIssueKind::perFileLimitExceeded);
@@ -373,8 +363,7 @@ private Q_SLOTS:
             const QByteArray id = QByteArray::number(i).rightJustified(2, '0');
             write(workspacePath(QString::fromLatin1(id) + u".yaml"_s), validFileOfSize(mebibyte, "f" + id));
         }
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         QCOMPARE(result.workspaces.size(), 10);
         QCOMPARE(result.workspaces.last().id, u"10"_s);
         QCOMPARE(result.configIssues.size(), 2);
@@ -390,8 +379,8 @@ private Q_SLOTS:
         write(globalPath(), QByteArray(100, '#'));                   // comments only: invalid, yet counted
         write(workspacePath(u"a.yaml"_s), validFileOfSize(64, "a")); // 100 + 64 > 150
         write(workspacePath(u"b.yaml"_s), "prompts:\n  - id: b\n");  // 100 + 19 <= 150
-        PromptConfigLoader configLoader = loader(AppLanguage::english, PromptConfigLimits{100, 150});
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result =
+            loader(AppLanguage::english, PromptConfigLimits{100, 150}).loadAllConfigs();
         QCOMPARE(idsOf(result.workspaces), QStringList{u"b"_s});
         QCOMPARE(result.configIssues.size(), 2);
         QCOMPARE(result.configIssues[0].kind, PromptConfigIssueKind::invalidFormat);
@@ -454,8 +443,7 @@ private Q_SLOTS:
             write(path, "prompts: [{id: a}]\n");
         const Snapshot before = snapshot(path);
 
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
 
         QCOMPARE(result.configIssues.size(), 1);
         const PromptConfigIssue& issue = result.configIssues[0];
@@ -475,8 +463,7 @@ private Q_SLOTS:
     {
         QVERIFY(QDir().mkpath(globalPath())); // a folder where the file should be
         write(workspacePath(u"w.yaml"_s), "prompts:\n  - id: w\n");
-        PromptConfigLoader configLoader = loader(AppLanguage::zhHans);
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader(AppLanguage::zhHans).loadAllConfigs();
         QCOMPARE(result.configIssues.size(), 1);
         QCOMPARE(result.configIssues[0].id, u"global:global.yaml:config.issue.unreadable"_s);
         QCOMPARE(result.configIssues[0].sourceKind, PromptConfigSourceKind::global);
@@ -514,8 +501,7 @@ private Q_SLOTS:
     void warningsOfAFileWithoutPromptsStillShow()
     {
         write(workspacePath(u"w.yaml"_s), "prompts:\n  - id: a\n    agent: nobody\n");
-        PromptConfigLoader configLoader = loader();
-        const PromptLoadResult result = configLoader.loadAllConfigs();
+        const PromptLoadResult result = loader().loadAllConfigs();
         // The workspace loaded, with no prompts left.
         QCOMPARE(idsOf(result.workspaces), QStringList{u"w"_s});
         QCOMPARE(result.statusMessage,
@@ -564,8 +550,7 @@ private Q_SLOTS:
         const QString link = m_home->filePath(u"project/.velmora.yml"_s);
         QVERIFY(QDir().mkpath(QFileInfo(link).absolutePath()));
         QVERIFY(QFile::link(target, link));
-        PromptConfigLoader configLoader = loader();
-        const auto workspace = configLoader.parse(link, u"project"_s);
+        const auto workspace = loader().parse(link, u"project"_s);
         QVERIFY(workspace);
         QCOMPARE(workspace->name, u"Shared"_s);
     }
