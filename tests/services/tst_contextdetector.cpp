@@ -66,6 +66,12 @@ struct Harness {
     {
         return QTest::qWaitFor([this] { return !detector->isDetecting(); }, 5000);
     }
+
+    bool startAndSettle()
+    {
+        detector->start();
+        return settle();
+    }
 };
 
 // Lets every background task end and every queued result reach the main thread.
@@ -115,124 +121,93 @@ private Q_SLOTS:
         const QString link = m_root.path() + u"/link-to-project"_s;
         QVERIFY(QFile::link(m_project, link));
         QCOMPARE(ContextDetector::validDirectoryPath(link), m_project);
-    }
 
-    void tildeOfANamedUser()
-    {
         QCOMPARE(ContextDetector::validDirectoryPath(u"~root"_s), QFileInfo(u"/root"_s).canonicalFilePath());
         QCOMPARE(ContextDetector::validDirectoryPath(u"~no-such-user-velmora"_s), std::nullopt);
     }
 
     // --- makeContext: the order of sources ---
 
-    void environmentComesFirst()
+    void makeContext_data()
     {
-        const AgentContext context = ContextDetector::makeContext(
-            u"Terminal"_s, u"com.apple.Terminal"_s, u"me@box: "_s + m_root.path(), m_project, {});
-        QCOMPARE(context.workspacePath, m_project);
-        QCOMPARE(context.workspaceName, u"velmora"_s);
-        QCOMPARE(context.detectionSource, ContextDetectionSource::environment);
-        QCOMPARE(context.agent, AgentType::terminal);
-        QCOMPARE(context.frontmostAppName, u"Terminal"_s);
-        QCOMPARE(context.frontmostBundleIdentifier, u"com.apple.Terminal"_s);
-        QCOMPARE(context.frontWindowTitle, u"me@box: "_s + m_root.path());
-    }
+        QTest::addColumn<QString>("appName");
+        QTest::addColumn<std::optional<QString>>("bundle");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<std::optional<QString>>("environment");
+        QTest::addColumn<QStringList>("knownPaths");
+        QTest::addColumn<AgentType>("agent");
+        QTest::addColumn<std::optional<QString>>("path");
+        QTest::addColumn<QString>("workspaceName");
+        QTest::addColumn<ContextDetectionSource>("source");
+        using Source = ContextDetectionSource;
+        const std::optional<QString> none;
+        const std::optional<QString> project = m_project;
+        const QString unidentified = unidentifiedWorkspaceName;
+        const QString inSrc = u"me@box: "_s + m_project + u"/src"_s;
+        QTest::newRow("environment comes first")
+            << u"Terminal"_s << std::optional(u"com.apple.Terminal"_s) << u"me@box: "_s + m_root.path()
+            << project << QStringList() << AgentType::terminal << project << u"velmora"_s
+            << Source::environment;
+        for (const auto& [name, environment] :
+             {std::pair{"environment a file", m_file},
+              {"environment a missing folder", m_root.path() + u"/missing"_s},
+              {"environment empty", QString()}})
+            QTest::newRow(name) << u"Terminal"_s << none << inSrc << std::optional(environment)
+                                << QStringList() << AgentType::terminal
+                                << std::optional<QString>(m_project + u"/src"_s) << u"src"_s
+                                << Source::terminalDirectory;
+        QTest::newRow("terminal keeps a known agent")
+            << u"Ghostty"_s << std::optional(u"com.mitchellh.ghostty"_s) << u"~ \u2014 "_s + m_project << none
+            << QStringList() << AgentType::ghostty << project << u"velmora"_s << Source::terminalDirectory;
 
-    void unusableEnvironmentFallsThrough_data()
-    {
-        QTest::addColumn<QString>("environment");
-        QTest::newRow("a file") << m_file;
-        QTest::newRow("a missing folder") << m_root.path() + u"/missing"_s;
-        QTest::newRow("empty") << QString();
-    }
+        // "Cursor Terminal" passes both the terminal and the IDE test: without a usable path it goes on
+        // to the IDE steps. A plain terminal without one is just another application.
+        const QString gone = u"me@box: "_s + m_root.path() + u"/gone"_s;
+        const QString goneTitle = gone + u" \u2014 velmora"_s;
+        QTest::newRow("terminal and IDE, name from the title")
+            << u"Cursor Terminal"_s << none << goneTitle << none << QStringList() << AgentType::terminal
+            << none << gone << Source::ideWorkspace;
+        QTest::newRow("terminal and IDE, known path")
+            << u"Cursor Terminal"_s << none << goneTitle << none << QStringList{m_project}
+            << AgentType::terminal << project << u"velmora"_s << Source::ideWorkspace;
+        QTest::newRow("plain terminal without a path")
+            << u"Terminal"_s << none << goneTitle << none << QStringList{m_project} << AgentType::terminal
+            << none << unidentified << Source::windowTitle;
 
-    void unusableEnvironmentFallsThrough()
-    {
-        QFETCH(QString, environment);
-        const AgentContext context = ContextDetector::makeContext(
-            u"Terminal"_s, std::nullopt, u"me@box: "_s + m_project + u"/src"_s, environment, {});
-        QCOMPARE(context.workspacePath, m_project + u"/src"_s);
-        QCOMPARE(context.workspaceName, u"src"_s);
-        QCOMPARE(context.detectionSource, ContextDetectionSource::terminalDirectory);
-    }
-
-    void terminalKeepsAKnownAgent()
-    {
-        const AgentContext ghostty = ContextDetector::makeContext(
-            u"Ghostty"_s, u"com.mitchellh.ghostty"_s, u"~ \u2014 "_s + m_project, std::nullopt, {});
-        QCOMPARE(ghostty.agent, AgentType::ghostty);
-        QCOMPARE(ghostty.detectionSource, ContextDetectionSource::terminalDirectory);
-        QCOMPARE(ghostty.workspacePath, m_project);
-    }
-
-    void terminalWithoutAUsablePathGoesOnToTheIDESteps()
-    {
-        // "Cursor Terminal" passes both the terminal and the IDE test.
-        const QString title = u"me@box: "_s + m_root.path() + u"/gone \u2014 velmora"_s;
-        const AgentContext byName =
-            ContextDetector::makeContext(u"Cursor Terminal"_s, std::nullopt, title, std::nullopt, {});
-        QCOMPARE(byName.detectionSource, ContextDetectionSource::ideWorkspace);
-        QCOMPARE(byName.workspacePath, std::nullopt);
-        QCOMPARE(byName.workspaceName, u"me@box: "_s + m_root.path() + u"/gone"_s);
-
-        const AgentContext byKnownPath = ContextDetector::makeContext(u"Cursor Terminal"_s, std::nullopt,
-                                                                      title, std::nullopt, {m_project});
-        QCOMPARE(byKnownPath.workspacePath, m_project);
-        QCOMPARE(byKnownPath.detectionSource, ContextDetectionSource::ideWorkspace);
-
-        // A plain terminal without a usable path is just another application.
-        const AgentContext plain =
-            ContextDetector::makeContext(u"Terminal"_s, std::nullopt, title, std::nullopt, {m_project});
-        QCOMPARE(plain.detectionSource, ContextDetectionSource::windowTitle);
-        QCOMPARE(plain.workspaceName, unidentifiedWorkspaceName);
-        QCOMPARE(plain.agent, AgentType::terminal);
-    }
-
-    void ideSources()
-    {
-        const QString title = u"main.cpp \u2014 velmora \u2014 Visual Studio Code"_s;
-        const AgentContext known = ContextDetector::makeContext(u"Visual Studio Code"_s, u"code"_s, title,
-                                                                std::nullopt, {m_project});
-        QCOMPARE(known.agent, AgentType::vscode);
-        QCOMPARE(known.workspacePath, m_project);
-        QCOMPARE(known.workspaceName, u"velmora"_s);
-        QCOMPARE(known.detectionSource, ContextDetectionSource::ideWorkspace);
-
+        QTest::newRow("IDE in a known folder")
+            << u"Visual Studio Code"_s << std::optional(u"code"_s)
+            << u"main.cpp \u2014 velmora \u2014 Visual Studio Code"_s << none << QStringList{m_project}
+            << AgentType::vscode << project << u"velmora"_s << Source::ideWorkspace;
         // A known folder that no longer exists: the name cut from the title stands in.
-        const AgentContext gone = ContextDetector::makeContext(u"Visual Studio Code"_s, u"code"_s,
-                                                               u"x.rs \u2014 gone \u2014 Code"_s,
-                                                               std::nullopt, {m_root.path() + u"/gone"_s});
-        QCOMPARE(gone.workspacePath, std::nullopt);
-        QCOMPARE(gone.workspaceName, u"x.rs"_s);
-        QCOMPARE(gone.detectionSource, ContextDetectionSource::ideWorkspace);
-
-        const AgentContext untitled =
-            ContextDetector::makeContext(u"Zed"_s, std::nullopt, u"  "_s, std::nullopt, {m_project});
-        QCOMPARE(untitled.workspaceName, unidentifiedWorkspaceName);
-        QCOMPARE(untitled.detectionSource, ContextDetectionSource::unknown);
-        QCOMPARE(untitled.agent, AgentType::zed);
+        QTest::newRow("IDE, known folder gone")
+            << u"Visual Studio Code"_s << std::optional(u"code"_s) << u"x.rs \u2014 gone \u2014 Code"_s
+            << none << QStringList{m_root.path() + u"/gone"_s} << AgentType::vscode << none << u"x.rs"_s
+            << Source::ideWorkspace;
+        QTest::newRow("IDE without a title") << u"Zed"_s << none << u"  "_s << none << QStringList{m_project}
+                                             << AgentType::zed << none << unidentified << Source::unknown;
+        QTest::newRow("other application with a title")
+            << u"Google Chrome"_s << std::optional(u"google-chrome"_s) << u"ChatGPT"_s << none
+            << QStringList() << AgentType::chrome << none << unidentified << Source::windowTitle;
+        QTest::newRow("nothing known") << u"Unknown"_s << none << QString() << none << QStringList()
+                                       << AgentType::unknown << none << unidentified << Source::unknown;
+        QTest::newRow("the root folder is named by itself")
+            << u"Notes"_s << none << QString() << std::optional(u"/"_s) << QStringList() << AgentType::unknown
+            << std::optional(u"/"_s) << u"/"_s << Source::environment;
     }
 
-    void otherApplications()
+    void makeContext()
     {
-        const AgentContext titled = ContextDetector::makeContext(u"Google Chrome"_s, u"google-chrome"_s,
-                                                                 u"ChatGPT"_s, std::nullopt, {});
-        QCOMPARE(titled.agent, AgentType::chrome);
-        QCOMPARE(titled.detectionSource, ContextDetectionSource::windowTitle);
-        QCOMPARE(titled.workspaceName, unidentifiedWorkspaceName);
-        QCOMPARE(titled.workspacePath, std::nullopt);
-
-        const AgentContext untitled =
-            ContextDetector::makeContext(u"Unknown"_s, std::nullopt, QString(), std::nullopt, {});
-        QCOMPARE(untitled, AgentContext::unknown());
-    }
-
-    void rootFolderIsNamedByItself()
-    {
-        const AgentContext context =
-            ContextDetector::makeContext(u"Notes"_s, std::nullopt, QString(), u"/"_s, {});
-        QCOMPARE(context.workspacePath, u"/"_s);
-        QCOMPARE(context.workspaceName, u"/"_s);
+        QFETCH(QString, appName);
+        QFETCH(std::optional<QString>, bundle);
+        QFETCH(QString, title);
+        QFETCH(std::optional<QString>, environment);
+        QFETCH(QStringList, knownPaths);
+        QFETCH(AgentType, agent);
+        QFETCH(std::optional<QString>, path);
+        QFETCH(QString, workspaceName);
+        QFETCH(ContextDetectionSource, source);
+        const AgentContext expected{appName, bundle, title, agent, path, workspaceName, source};
+        QCOMPARE(ContextDetector::makeContext(appName, bundle, title, environment, knownPaths), expected);
     }
 
     // --- the loop ---
@@ -278,8 +253,7 @@ private Q_SLOTS:
     void ticksWithinTheIntervalAreDropped()
     {
         Harness harness;
-        harness.detector->start();
-        QVERIFY(harness.settle());
+        QVERIFY(harness.startAndSettle());
         const auto first = harness.now;
         QCOMPARE(harness.detector->detectionGeneration(), 1u);
 
@@ -351,8 +325,7 @@ private Q_SLOTS:
     void aForcedDetectionRightAfterAPublishRunsNormally()
     {
         Harness harness;
-        harness.detector->start();
-        QVERIFY(harness.settle());
+        QVERIFY(harness.startAndSettle());
         QVERIFY(!harness.detector->isDetecting());
         harness.provider.application = FrontmostApplication{u"Firefox"_s, u"firefox"_s, 5};
         harness.detector->refresh(true);
@@ -363,8 +336,7 @@ private Q_SLOTS:
     void activationForcesADetection()
     {
         Harness harness;
-        harness.detector->start();
-        QVERIFY(harness.settle());
+        QVERIFY(harness.startAndSettle());
         // No clock movement: an activation is never held back by the interval.
         harness.provider.activate(u"Visual Studio Code"_s, u"code"_s);
         QVERIFY(QTest::qWaitFor([&] { return harness.detector->currentContext().agent == AgentType::vscode; },
@@ -393,8 +365,7 @@ private Q_SLOTS:
     void staleCallbacksCantActAfterARestart()
     {
         Harness harness;
-        harness.detector->start();
-        QVERIFY(harness.settle());
+        QVERIFY(harness.startAndSettle());
         const quint64 lifecycle = harness.detector->lifecycleGeneration();
 
         // The activation is queued under the old start; stop and start come before it is delivered.
@@ -449,8 +420,7 @@ private Q_SLOTS:
         harness.environment = m_project;
         harness.provider.application = FrontmostApplication{u"Terminal"_s, std::nullopt, 2};
         harness.titleReader.result.title = u"me@box: "_s + m_root.path();
-        harness.detector->start();
-        QVERIFY(harness.settle());
+        QVERIFY(harness.startAndSettle());
         QCOMPARE(harness.titleReader.readCount, 0);
         // The environment still works with the switch off.
         QCOMPARE(harness.detector->currentContext().detectionSource, ContextDetectionSource::environment);
@@ -478,8 +448,7 @@ private Q_SLOTS:
     {
         Harness harness;
         harness.titleReader.result = WindowTitleReadResult{QString(), true, u"refused"_s};
-        harness.detector->start();
-        QVERIFY(harness.settle());
+        QVERIFY(harness.startAndSettle());
         QVERIFY(harness.detector->needsAutomationPermission());
         QCOMPARE(harness.detector->lastDetectionError(), u"refused"_s);
         // Published in this order: the flag, the error, then the context.
