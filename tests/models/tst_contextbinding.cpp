@@ -111,40 +111,24 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("json");
         QTest::addColumn<bool>("decodes");
-        QTest::newRow("complete")
-            << QByteArray(
-                   R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w","isDefault":false,)"
-                   R"("createdAt":10})")
-            << true;
-        QTest::newRow("null bundle is absent")
-            << QByteArray(
-                   R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w","isDefault":false,)"
-                   R"("createdAt":10,"bundleIdentifier":null})")
-            << true;
-        QTest::newRow("bundle of the wrong type")
-            << QByteArray(
-                   R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w","isDefault":false,)"
-                   R"("createdAt":10,"bundleIdentifier":7})")
-            << false;
-        QTest::newRow("agent of a newer version")
-            << QByteArray(
-                   R"({"id":"x","agentType":"quantum","appName":"Q","workspaceID":"w","isDefault":false,)"
-                   R"("createdAt":10})")
-            << false;
-        QTest::newRow("isDefault as text")
-            << QByteArray(
-                   R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w","isDefault":"true",)"
-                   R"("createdAt":10})")
-            << false;
-        QTest::newRow("date as an object")
-            << QByteArray(R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w","isDefault":true,)"
-                          R"("createdAt":{}})")
-            << false;
-        for (const char* field : {"id", "agentType", "appName", "workspaceID", "isDefault", "createdAt"}) {
-            QJsonObject complete = object(R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w",)"
-                                          R"("isDefault":false,"createdAt":10})");
-            complete.remove(QString::fromLatin1(field));
-            QTest::addRow("without %s", field) << QJsonDocument(complete).toJson() << false;
+        const QJsonObject complete =
+            object(R"({"id":"x","agentType":"zed","appName":"Zed","workspaceID":"w",)"
+                   R"("isDefault":false,"createdAt":10})");
+        const auto with = [&](const char* key, const QJsonValue& value) {
+            QJsonObject changed = complete;
+            changed.insert(QString::fromLatin1(key), value);
+            return QJsonDocument(changed).toJson();
+        };
+        QTest::newRow("complete") << QJsonDocument(complete).toJson() << true;
+        QTest::newRow("null bundle is absent") << with("bundleIdentifier", QJsonValue::Null) << true;
+        QTest::newRow("bundle of the wrong type") << with("bundleIdentifier", 7) << false;
+        QTest::newRow("agent of a newer version") << with("agentType", u"quantum"_s) << false;
+        QTest::newRow("isDefault as text") << with("isDefault", u"true"_s) << false;
+        QTest::newRow("date as an object") << with("createdAt", QJsonObject()) << false;
+        for (const QString& field : complete.keys()) {
+            QJsonObject partial = complete;
+            partial.remove(field);
+            QTest::addRow("without %s", qPrintable(field)) << QJsonDocument(partial).toJson() << false;
         }
     }
     void agentBindingDecoding()
