@@ -1,43 +1,17 @@
-#include "ContextBindingStore.h"
-#include "FakeConfigLoader.h"
-#include "Localization.h"
-#include "PromptStore.h"
-#include "PromptUsageStore.h"
+#include "PromptStoreFixture.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace PromptStoreFixture;
 
 namespace {
 
-QString text(const char* key)
+// A saved user workspace: a config issue names its file.
+PromptWorkspace savedWorkspace(const QString& id, const QList<PromptItem>& prompts,
+                               const QStringList& paths = {})
 {
-    return AppLocalizationCatalog::shared().string(QString::fromLatin1(key), AppLanguage::english);
-}
-
-PromptItem prompt(const QString& id, const QString& group = u"General"_s)
-{
-    PromptItem item;
-    item.id = id;
-    item.title = id;
-    item.group = group;
-    item.text = u"Text of "_s + id;
-    return item;
-}
-
-PromptWorkspace workspace(const QString& id, const QList<PromptItem>& prompts, const QStringList& paths = {})
-{
-    PromptWorkspace result;
-    result.id = id;
-    result.name = id;
-    result.prompts = prompts;
-    result.matchPaths = paths;
+    PromptWorkspace result = workspace(id, prompts, paths);
     result.fileURL = u"/home/u/.velmora/workspaces/"_s + id + u".yaml"_s;
     return result;
 }
@@ -46,8 +20,8 @@ PromptLoadResult goodLoad(const QString& status = u"Loaded"_s)
 {
     PromptLoadResult result;
     result.globalPrompts = {prompt(u"g1"_s)};
-    result.workspaces = {workspace(u"work"_s, {prompt(u"w1"_s), prompt(u"w2"_s)}, {u"/src/a"_s}),
-                         workspace(u"home"_s, {prompt(u"h1"_s)}, {u"/src/b"_s, u"/src/a"_s})};
+    result.workspaces = {savedWorkspace(u"work"_s, {prompt(u"w1"_s), prompt(u"w2"_s)}, {u"/src/a"_s}),
+                         savedWorkspace(u"home"_s, {prompt(u"h1"_s)}, {u"/src/b"_s, u"/src/a"_s})};
     result.workspaceMetadata.insert(u"work"_s, WorkspaceFileMetadata{std::nullopt, 120});
     result.statusMessage = status;
     return result;
@@ -72,18 +46,9 @@ PromptLoadResult sampleLoad()
     result.globalPrompts = {prompt(u"sample-g"_s)};
     result.workspaces = {workspace(u"sample-w"_s, {prompt(u"sample-1"_s)})};
     result.workspaces[0].source = PromptWorkspaceSource::transientSample;
-    result.workspaces[0].fileURL.reset();
     result.showsTransientSamples = true;
     result.statusMessage = u"Samples"_s;
     return result;
-}
-
-QStringList idsOf(const QList<PromptItem>& prompts)
-{
-    QStringList ids;
-    for (const PromptItem& item : prompts)
-        ids.append(item.id);
-    return ids;
 }
 
 QSet<QString> usageIDs(const PromptUsageStore& usage)
@@ -94,42 +59,28 @@ QSet<QString> usageIDs(const PromptUsageStore& usage)
     return ids;
 }
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
 } // namespace
 
 class TestPromptStore : public QObject {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    std::unique_ptr<QTemporaryDir> m_home; // fresh for each test: the usage and binding files live here
-    std::unique_ptr<QSettings> m_settings;
-    std::shared_ptr<FakeConfigLoader> m_loader;
-    std::shared_ptr<PromptUsageStore> m_usage;
-    std::shared_ptr<ContextBindingStore> m_bindings;
+    Fixture f;
     AppLanguage m_language = AppLanguage::english;
 
-    QString usageFile() const { return m_home->filePath(u".velmora/prompt-usage.json"_s); }
-    QString bindingsFile() const { return m_home->filePath(u".velmora/agent-workspace-bindings.json"_s); }
+    QString usageFile() const { return f.homePath() + u"/.velmora/prompt-usage.json"_s; }
 
     void seedUsage(const QStringList& promptIDs)
     {
         for (const QString& id : promptIDs)
-            m_usage->recordSuccessfulCopy(id, QDateTime::currentDateTimeUtc());
-        QCOMPARE(usageIDs(*m_usage).size(), promptIDs.size());
+            f.usage->recordSuccessfulCopy(id, QDateTime::currentDateTimeUtc());
+        QCOMPARE(usageIDs(*f.usage).size(), promptIDs.size());
     }
 
     std::unique_ptr<PromptStore> makeStore(bool loadsOnInit = false)
     {
         return std::make_unique<PromptStore>(
-            m_home->path(), [this] { return m_language; }, m_settings.get(),
-            PromptStore::Collaborators{m_loader, m_usage, m_bindings}, loadsOnInit);
+            f.homePath(), [this] { return m_language; }, f.settings.get(),
+            PromptStore::Collaborators{f.loader, f.usage, f.bindings}, loadsOnInit);
     }
 
     // Starts one reload and publishes this result.
@@ -144,35 +95,27 @@ class TestPromptStore : public QObject {
 private Q_SLOTS:
     void init()
     {
-        m_settings = std::make_unique<QSettings>(m_dir.filePath(u"settings.ini"_s), QSettings::IniFormat);
-        m_settings->clear();
-        m_loader = std::make_shared<FakeConfigLoader>();
-        m_home = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_home->isValid());
-        m_usage = std::make_shared<PromptUsageStore>(m_home->path());
-        ContextBindingStore::Dependencies dependencies;
-        dependencies.languageProvider = [] {
-            return AppLanguage::english;
-        };
-        m_bindings = std::make_shared<ContextBindingStore>(m_home->path(), dependencies);
+        f.setUp();
         m_language = AppLanguage::english;
     }
+    void cleanup() { f.tearDown(); }
 
     void startsEmptyAndLoadsOnInit()
     {
         auto store = makeStore(true);
         QCOMPARE(store->statusMessage(), text("status.not.loaded"));
-        QCOMPARE(m_loader->pending.size(), size_t(1));
+        QCOMPARE(f.loader->pending.size(), size_t(1));
         // Written behind the binding store's back: the reload reads the bindings again.
-        writeFile(bindingsFile(), R"({"version": 3, "bindings": [{"agentType": "codex", "appName": "Codex",
+        f.writeFile(u".velmora/agent-workspace-bindings.json"_s,
+                    R"({"version": 3, "bindings": [{"agentType": "codex", "appName": "Codex",
             "createdAt": "2024-05-01T09:30:00Z", "id": "B1", "isDefault": false, "workspaceID": "work"}]})");
-        QVERIFY(m_bindings->agentWorkspaceBindings().isEmpty());
-        m_loader->finish(0, goodLoad());
+        QVERIFY(f.bindings->agentWorkspaceBindings().isEmpty());
+        f.loader->finish(0, goodLoad());
         QTRY_COMPARE(store->statusMessage(), u"Loaded"_s);
         QCOMPARE(idsOf(store->globalPrompts()), QStringList{u"g1"_s});
         QCOMPARE(store->workspaces().size(), 2);
         QCOMPARE(store->workspaceMetadata().value(u"work"_s).fileSize, 120);
-        QCOMPARE(m_bindings->agentWorkspaceBindings().size(), 1);
+        QCOMPARE(f.bindings->agentWorkspaceBindings().size(), 1);
         QVERIFY(!store->isReloading());
     }
 
@@ -196,12 +139,12 @@ private Q_SLOTS:
         PromptLoadResult stale = brokenLoad();
         stale.statusMessage = u"stale"_s;
         if (firstFinishesLast) {
-            m_loader->finish(1, goodLoad(u"fresh"_s));
+            f.loader->finish(1, goodLoad(u"fresh"_s));
             QTRY_VERIFY(second.isFinished());
-            m_loader->finish(0, stale);
+            f.loader->finish(0, stale);
         } else {
-            m_loader->finish(0, stale);
-            m_loader->finish(1, goodLoad(u"fresh"_s));
+            f.loader->finish(0, stale);
+            f.loader->finish(1, goodLoad(u"fresh"_s));
             QTRY_VERIFY(second.isFinished());
         }
         QTRY_VERIFY(!store->isReloading());
@@ -217,33 +160,33 @@ private Q_SLOTS:
     {
         auto store = makeStore();
         seedUsage({u"gone"_s});
-        load(*store, *m_loader, brokenLoad());
+        load(*store, *f.loader, brokenLoad());
         QVERIFY(store->globalPrompts().isEmpty());
         QVERIFY(store->workspaces().isEmpty());
         QVERIFY(store->workspaceMetadata().isEmpty());
         QCOMPARE(store->configIssues().size(), 1);
         QCOMPARE(store->statusMessage(), u"Loaded with problems"_s);
-        QCOMPARE(usageIDs(*m_usage), QSet<QString>{u"gone"_s}); // a load with issues prunes nothing
+        QCOMPARE(usageIDs(*f.usage), QSet<QString>{u"gone"_s}); // a load with issues prunes nothing
     }
 
     void brokenFileAfterGoodLoadKeepsThePreviousLibrary()
     {
         auto store = makeStore();
         seedUsage({u"w1"_s, u"h1"_s, u"gone"_s});
-        load(*store, *m_loader, goodLoad());
-        QCOMPARE(usageIDs(*m_usage), (QSet<QString>{u"w1"_s, u"h1"_s}));
-        QCOMPARE(usageIDs(PromptUsageStore(m_home->path())), (QSet<QString>{u"w1"_s, u"h1"_s})); // persisted
+        load(*store, *f.loader, goodLoad());
+        QCOMPARE(usageIDs(*f.usage), (QSet<QString>{u"w1"_s, u"h1"_s}));
+        QCOMPARE(usageIDs(PromptUsageStore(f.homePath())), (QSet<QString>{u"w1"_s, u"h1"_s})); // persisted
 
         QVERIFY(QFile::remove(usageFile())); // any further write would bring it back
-        load(*store, *m_loader, brokenLoad());
+        load(*store, *f.loader, brokenLoad());
         QCOMPARE(store->workspaces().size(), 2); // "home" stays although its file broke
         QCOMPARE(idsOf(store->workspaces()[1].prompts), QStringList{u"h1"_s});
         QCOMPARE(store->configIssues().size(), 1);
         QCOMPARE(store->statusMessage(), text("status.config.preserved.previous"));
-        QVERIFY(usageIDs(*m_usage).contains(u"h1"_s)); // usage of the broken file's prompts survives
+        QVERIFY(usageIDs(*f.usage).contains(u"h1"_s)); // usage of the broken file's prompts survives
         QVERIFY(!QFile::exists(usageFile()));
 
-        load(*store, *m_loader, goodLoad(u"Fixed"_s));
+        load(*store, *f.loader, goodLoad(u"Fixed"_s));
         QVERIFY(store->configIssues().isEmpty());
         QCOMPARE(store->statusMessage(), u"Fixed"_s);
     }
@@ -252,10 +195,10 @@ private Q_SLOTS:
     {
         auto store = makeStore();
         seedUsage({u"w1"_s, u"project-only"_s});
-        load(*store, *m_loader, goodLoad());
-        QCOMPARE(usageIDs(*m_usage), QSet<QString>{u"w1"_s});
+        load(*store, *f.loader, goodLoad());
+        QCOMPARE(usageIDs(*f.usage), QSet<QString>{u"w1"_s});
         QVERIFY(QFile::remove(usageFile()));
-        load(*store, *m_loader, goodLoad()); // nothing changes: no write
+        load(*store, *f.loader, goodLoad()); // nothing changes: no write
         QVERIFY(!QFile::exists(usageFile()));
     }
 
@@ -284,48 +227,11 @@ private Q_SLOTS:
         QFETCH(QString, expected);
         auto store = makeStore();
         if (brokenAfterGood)
-            load(*store, *m_loader, goodLoad());
+            load(*store, *f.loader, goodLoad());
         if (bindingsUnreadable)
-            writeFile(bindingsFile(), "{\"version\": 3, \"bindings\": [");
-        load(*store, *m_loader, brokenAfterGood ? brokenLoad() : goodLoad(), preserved);
+            f.writeFile(u".velmora/agent-workspace-bindings.json"_s, "{\"version\": 3, \"bindings\": [");
+        load(*store, *f.loader, brokenAfterGood ? brokenLoad() : goodLoad(), preserved);
         QCOMPARE(store->statusMessage(), expected);
-    }
-
-    void unreadableBindingsFileThroughTheRealBindingStore()
-    {
-        QTemporaryDir home;
-        const QString bindingsFile = home.filePath(u".velmora/agent-workspace-bindings.json"_s);
-        const QByteArray truncated = "{\"version\": 3, \"bindings\": [{\"id\": \"A\"";
-        QVERIFY(QDir().mkpath(home.filePath(u".velmora"_s)));
-        {
-            QFile file(bindingsFile);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(truncated);
-        }
-        ContextBindingStore::Dependencies dependencies;
-        dependencies.languageProvider = [] {
-            return AppLanguage::english;
-        };
-        auto bindings = std::make_shared<ContextBindingStore>(home.path(), dependencies);
-        PromptStore store(
-            home.path(), [this] { return m_language; }, m_settings.get(),
-            PromptStore::Collaborators{m_loader, m_usage, bindings}, false);
-
-        load(store, *m_loader, goodLoad());
-        QCOMPARE(store.statusMessage(), text("status.binding.file.unreadable"));
-        QVERIFY(bindings->agentWorkspaceBindings().isEmpty());
-        QFile file(bindingsFile);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), truncated); // never overwritten
-        file.close();
-
-        // Repaired behind the program's back: the next reload reads it again.
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write("{\"version\": 3}");
-        file.close();
-        load(store, *m_loader, goodLoad());
-        QCOMPARE(store.statusMessage(), u"Loaded"_s);
-        QVERIFY(!bindings->hasAgentWorkspaceBindingLoadError());
     }
 
     void samples_data()
@@ -343,14 +249,14 @@ private Q_SLOTS:
         QFETCH(bool, dismissed);
         QFETCH(bool, empty);
         QFETCH(bool, shows);
-        m_settings->setValue(QString::fromLatin1(PromptStore::samplesDismissedKey), dismissed);
+        f.settings->setValue(QString::fromLatin1(PromptStore::samplesDismissedKey), dismissed);
         auto store = makeStore();
         PromptLoadResult result = sampleLoad();
         if (empty) {
             result.globalPrompts.clear();
             result.workspaces.clear();
         }
-        load(*store, *m_loader, result);
+        load(*store, *f.loader, result);
         QCOMPARE(store->showsTransientSamples(), shows);
         QCOMPARE(store->globalPrompts().isEmpty(), dismissed || empty);
         QCOMPARE(store->statusMessage(), dismissed ? text("status.config.samples.hidden") : u"Samples"_s);
@@ -358,11 +264,11 @@ private Q_SLOTS:
 
     void dismissedSamplesKeepTheirIssues()
     {
-        m_settings->setValue(QString::fromLatin1(PromptStore::samplesDismissedKey), u"true"_s);
+        f.settings->setValue(QString::fromLatin1(PromptStore::samplesDismissedKey), u"true"_s);
         auto store = makeStore();
         PromptLoadResult result = sampleLoad();
         result.configIssues = brokenLoad().configIssues;
-        load(*store, *m_loader, result);
+        load(*store, *f.loader, result);
         QCOMPARE(store->configIssues().size(), 1);
         QVERIFY(store->globalPrompts().isEmpty());
     }
@@ -370,7 +276,7 @@ private Q_SLOTS:
     void lastEditedWorkspaceFollowsTheDisk()
     {
         auto store = makeStore();
-        load(*store, *m_loader, goodLoad());
+        load(*store, *f.loader, goodLoad());
         QVERIFY(!store->lastEditedWorkspaceID());
 
         // The selection is read when the reload starts; "home" is deleted behind our back.
@@ -378,11 +284,11 @@ private Q_SLOTS:
             using PromptStore::setLastEditedWorkspaceID;
         };
         static_cast<Probe*>(store.get())->setLastEditedWorkspaceID(u"home"_s);
-        load(*store, *m_loader, goodLoad());
+        load(*store, *f.loader, goodLoad());
         QCOMPARE(store->lastEditedWorkspaceID(), std::optional<QString>(u"home"_s));
         PromptLoadResult without = goodLoad();
         without.workspaces.removeLast();
-        load(*store, *m_loader, without);
+        load(*store, *f.loader, without);
         QCOMPARE(store->lastEditedWorkspaceID(), std::nullopt);
     }
 
@@ -392,11 +298,11 @@ private Q_SLOTS:
         m_language = AppLanguage::zhHans;
         store->reload();
         m_language = AppLanguage::english;
-        m_loader->finish(0, brokenLoad());
+        f.loader->finish(0, brokenLoad());
         QTRY_VERIFY(!store->isReloading());
-        load(*store, *m_loader, goodLoad());
-        load(*store, *m_loader, brokenLoad());
-        QCOMPARE(m_loader->languages.front(), AppLanguage::zhHans);
+        load(*store, *f.loader, goodLoad());
+        load(*store, *f.loader, brokenLoad());
+        QCOMPARE(f.loader->languages.front(), AppLanguage::zhHans);
         QCOMPARE(store->statusMessage(), text("status.config.preserved.previous"));
     }
 
@@ -405,7 +311,7 @@ private Q_SLOTS:
         auto store = makeStore();
         QFuture<void> task = store->reloadAndWait();
         store.reset();
-        m_loader->finish(0, goodLoad());
+        f.loader->finish(0, goodLoad());
         QTRY_VERIFY(task.isFinished() || task.isCanceled());
     }
 
@@ -429,7 +335,7 @@ private Q_SLOTS:
         QFETCH(QString, mode);
         QFETCH(QStringList, sectionIDs);
         QFETCH(QStringList, titles);
-        m_settings->setValue(QString::fromLatin1(PromptStore::sortModeKey), mode);
+        f.settings->setValue(QString::fromLatin1(PromptStore::sortModeKey), mode);
         auto store = makeStore();
         const QList<PromptItem> prompts{prompt(u"1"_s, u"B"_s), prompt(u"2"_s, u"A"_s),
                                         prompt(u"3"_s, u"B"_s), prompt(u"4"_s, u""_s)};
@@ -454,20 +360,20 @@ private Q_SLOTS:
         QSignalSpy spy(store.get(), &PromptStore::sortModeChanged);
         store->setSortMode(PromptSortMode::frequent);
         QCOMPARE(store->sortMode(), PromptSortMode::frequent);
-        QCOMPARE(m_settings->value(QString::fromLatin1(PromptStore::sortModeKey)).toString(), u"frequent"_s);
+        QCOMPARE(f.settings->value(QString::fromLatin1(PromptStore::sortModeKey)).toString(), u"frequent"_s);
         QCOMPARE(spy.count(), 1);
         QCOMPARE(makeStore()->sortMode(), PromptSortMode::frequent);
     }
 
     void matchingPreferencesAndTheirWrongTypes()
     {
-        m_settings->setValue(QString::fromLatin1(PromptStore::advancedMatchingKey), u"yes"_s);
-        m_settings->setValue(QString::fromLatin1(PromptStore::projectConfigsKey), u"false"_s);
+        f.settings->setValue(QString::fromLatin1(PromptStore::advancedMatchingKey), u"yes"_s);
+        f.settings->setValue(QString::fromLatin1(PromptStore::projectConfigsKey), u"false"_s);
         auto store = makeStore();
         QCOMPARE(store->advancedAutomaticMatchingEnabled(), false);
         QCOMPARE(store->projectConfigsEnabled(), false);
-        m_settings->setValue(QString::fromLatin1(PromptStore::advancedMatchingKey), true);
-        m_settings->setValue(QString::fromLatin1(PromptStore::projectConfigsKey), 3);
+        f.settings->setValue(QString::fromLatin1(PromptStore::advancedMatchingKey), true);
+        f.settings->setValue(QString::fromLatin1(PromptStore::projectConfigsKey), 3);
         store = makeStore();
         QCOMPARE(store->advancedAutomaticMatchingEnabled(), true);
         QCOMPARE(store->projectConfigsEnabled(), true);
@@ -476,33 +382,33 @@ private Q_SLOTS:
     void knownWorkspacePathsKeepDuplicates()
     {
         auto store = makeStore();
-        load(*store, *m_loader, goodLoad());
+        load(*store, *f.loader, goodLoad());
         QCOMPARE(store->knownWorkspacePaths(), (QStringList{u"/src/a"_s, u"/src/b"_s, u"/src/a"_s}));
     }
 
     void workspaceManagerList()
     {
         auto store = makeStore();
-        load(*store, *m_loader, goodLoad());
-        PromptWorkspace duplicate = workspace(u"work"_s, {prompt(u"other"_s)});
+        load(*store, *f.loader, goodLoad());
+        PromptWorkspace duplicate = savedWorkspace(u"work"_s, {prompt(u"other"_s)});
         duplicate.source = PromptWorkspaceSource::projectConfig;
         const QList<PromptWorkspace> list =
-            store->workspaceManagerWorkspaces({duplicate, workspace(u"extra"_s, {})});
+            store->workspaceManagerWorkspaces({duplicate, savedWorkspace(u"extra"_s, {})});
         QStringList ids;
         for (const PromptWorkspace& w : list)
             ids.append(w.id);
         QCOMPARE(ids, (QStringList{u"__velmora_global__"_s, u"work"_s, u"home"_s, u"extra"_s}));
         QCOMPARE(list[0].source, PromptWorkspaceSource::global);
-        QCOMPARE(list[0].fileURL, std::optional<QString>(m_home->filePath(u".velmora/global.yaml"_s)));
+        QCOMPARE(list[0].fileURL, std::optional<QString>(f.homePath() + u"/.velmora/global.yaml"_s));
         QCOMPARE(list[0].name, text("sample.global.prompts"));
         QCOMPARE(list[1].source, PromptWorkspaceSource::userWorkspace); // the user's copy wins
 
-        load(*store, *m_loader, sampleLoad());
+        load(*store, *f.loader, sampleLoad());
         const QList<PromptWorkspace> samples = store->workspaceManagerWorkspaces();
         QCOMPARE(samples[0].source, PromptWorkspaceSource::transientSample);
         QVERIFY(!samples[0].fileURL);
 
-        load(*store, *m_loader, PromptLoadResult{});
+        load(*store, *f.loader, PromptLoadResult{});
         QVERIFY(store->workspaceManagerWorkspaces().isEmpty()); // no global prompts, no pseudo-workspace
     }
 };

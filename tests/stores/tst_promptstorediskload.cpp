@@ -1,5 +1,5 @@
 // The store over the real background loader and a real library folder: what a reload publishes
-// when all files are good, when one breaks before any good load, and when one breaks later.
+// when a file breaks before any good load, and when one breaks later.
 
 #include "BackgroundPromptConfigLoader.h"
 #include "Localization.h"
@@ -79,23 +79,6 @@ private Q_SLOTS:
         m_settings = std::make_unique<QSettings>(m_home->filePath(u"settings.ini"_s), QSettings::IniFormat);
     }
 
-    void goodLibraryIsPublished()
-    {
-        writeGoodLibrary();
-        write(u".velmora/workspaces/beta.yml"_s, "prompts:\n  - id: b\n");
-        auto store = makeStore();
-        reload(*store);
-        QCOMPARE(store->globalPrompts().size(), 1);
-        QCOMPARE(store->globalPrompts()[0].title, u"Global"_s);
-        QCOMPARE(idsOf(store->workspaces()), (QStringList{u"alpha"_s, u"beta"_s}));
-        QCOMPARE(store->workspaces()[0].prompts[0].text, u"Alpha text"_s);
-        QCOMPARE(store->knownWorkspacePaths(), QStringList{u"/src/alpha"_s});
-        QVERIFY(store->configIssues().isEmpty());
-        QCOMPARE(store->workspaceMetadata().size(), 3);
-        QCOMPARE(store->statusMessage(), text("status.loaded.configs").arg(u"3"_s, QString()));
-        QVERIFY(!store->showsTransientSamples());
-    }
-
     void brokenFileOnTheFirstLoadIsListedAndNothingIsShown()
     {
         writeGoodLibrary();
@@ -131,21 +114,6 @@ private Q_SLOTS:
         reload(*store);
         QVERIFY(store->configIssues().isEmpty());
         QCOMPARE(store->workspaces()[1].prompts[0].id, u"b2"_s);
-    }
-
-    void emptyHomeShowsTheSamplesUnlessDismissed()
-    {
-        auto store = makeStore();
-        reload(*store);
-        QVERIFY(store->showsTransientSamples());
-        QCOMPARE(store->statusMessage(), text("status.config.missing.samples"));
-        QCOMPARE(idsOf(store->workspaces()), QStringList{u"my-app"_s});
-
-        m_settings->setValue(QString::fromLatin1(PromptStore::samplesDismissedKey), true);
-        reload(*store);
-        QVERIFY(!store->showsTransientSamples());
-        QVERIFY(store->workspaces().isEmpty());
-        QCOMPARE(store->statusMessage(), text("status.config.samples.hidden"));
     }
 };
 
