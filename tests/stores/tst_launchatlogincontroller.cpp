@@ -81,25 +81,25 @@ private Q_SLOTS:
         QCOMPARE(statusSpy.count(), 1);
     }
 
-    void anItemAwaitingApprovalCantBeToggled()
+    void noCallWhereTheItemCantOrNeedNotChange_data()
     {
-        auto [service, controller] = make(2);
-        controller->setEnabled(true);
-        controller->setEnabled(false);
-        QCOMPARE(service->registerCalls, 0);
-        QCOMPARE(service->unregisterCalls, 0);
-        // Approved in the desktop's settings: the next activation brings it in.
-        service->rawStatus = 1;
-        controller->refresh();
-        QCOMPARE(controller->status(), LaunchAtLoginStatus::enabled);
-        QVERIFY(controller->canToggle());
+        QTest::addColumn<int>("raw");
+        QTest::addColumn<bool>("enable");
+        QTest::newRow("awaiting approval, on") << 2 << true;
+        QTest::newRow("awaiting approval, off") << 2 << false;
+        QTest::newRow("unavailable, on") << -1 << true;
+        QTest::newRow("already on") << 1 << true;
+        QTest::newRow("not found reads as off") << 3 << false;
     }
 
-    void anUnavailableItemCantBeToggled()
+    void noCallWhereTheItemCantOrNeedNotChange()
     {
-        auto [service, controller] = make(-1);
-        controller->setEnabled(true);
+        QFETCH(int, raw);
+        QFETCH(bool, enable);
+        auto [service, controller] = make(raw);
+        controller->setEnabled(enable);
         QCOMPARE(service->registerCalls, 0);
+        QCOMPARE(service->unregisterCalls, 0);
     }
 
     void aFailedRegisterWithTheStatusUnchangedIsAnError()
@@ -148,7 +148,7 @@ private Q_SLOTS:
         QVERIFY(m_log.isEmpty());
     }
 
-    void enablingWhileEnabledDoesNothing()
+    void aFailedChangeKeepsItsErrorUntilTheNext()
     {
         auto [service, controller] = make(1);
         service->unregisterError = failure;
@@ -158,13 +158,6 @@ private Q_SLOTS:
         controller->setEnabled(true);
         QCOMPARE(service->registerCalls, 0);
         QCOMPARE(controller->hasError(), true); // keeps its value
-    }
-
-    void disablingWhileOffDoesNothing()
-    {
-        auto [service, controller] = make(3); // "not found" reads as off
-        controller->setEnabled(false);
-        QCOMPARE(service->unregisterCalls, 0);
     }
 
     void aSuccessfulChangeMovesTheStatus()
