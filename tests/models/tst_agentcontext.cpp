@@ -123,9 +123,7 @@ private Q_SLOTS:
         row("33 opencode beta", absent(), u"OpenCode Beta"_s, AgentType::openCode);
         row("33 opencode dev", absent(), u"OpenCode Dev"_s, AgentType::openCode);
         row("34 zcode", absent(), u"ZCode"_s, AgentType::zcode);
-        row("35 browser by name without an id", absent(), u"Safari"_s, AgentType::safari);
         row("35 a blank id counts as none", u" \t\n"_s, u"Google Chrome"_s, AgentType::chrome);
-        row("35 no browser by name behind an unknown id", unrecognised, u"Safari"_s, AgentType::unknown);
         row("36 unknown", absent(), u"Notes"_s, AgentType::unknown);
         row("36 nothing at all", absent(), u""_s, AgentType::unknown);
 

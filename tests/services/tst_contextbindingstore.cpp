@@ -133,6 +133,12 @@ class TestContextBindingStore : public QObject {
         file.write(data);
     }
 
+    void writeLegacy(const QJsonArray& bindings) { writeFile(u"context-bindings.json"_s, json(bindings)); }
+    void writeAgentFile(const QJsonObject& file)
+    {
+        writeFile(u"agent-workspace-bindings.json"_s, json(file));
+    }
+
     QByteArray readFile(const QString& filePath) const
     {
         QFile file(filePath);
@@ -150,9 +156,8 @@ class TestContextBindingStore : public QObject {
     // A store with two agents bound, a last selection and legacy bindings, all on disk.
     std::unique_ptr<ContextBindingStore> populatedStore()
     {
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"L1"_s, u"Terminal"_s, u"velmora"_s, u"web"_s),
-                                  legacyObject(u"L2"_s, u"Terminal"_s, u"notes"_s, u"notes"_s)}));
+        writeLegacy({legacyObject(u"L1"_s, u"Terminal"_s, u"velmora"_s, u"web"_s),
+                     legacyObject(u"L2"_s, u"Terminal"_s, u"notes"_s, u"notes"_s)});
         auto store = makeStore();
         m_now = utc("2024-05-01T09:30:00Z");
         [&] {
@@ -227,8 +232,7 @@ private Q_SLOTS:
     {
         QVERIFY(QDir().mkpath(m_home->filePath(u".velmora"_s)));
         QVERIFY(::chmod(QFile::encodeName(m_home->filePath(u".velmora"_s)).constData(), 0755) == 0);
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"L"_s, u"Zed"_s, u"x"_s, u"web"_s)}));
+        writeLegacy({legacyObject(u"L"_s, u"Zed"_s, u"x"_s, u"web"_s)});
         QVERIFY(::chmod(QFile::encodeName(legacyFile()).constData(), 0644) == 0);
 
         auto store = makeStore();
@@ -396,10 +400,9 @@ private Q_SLOTS:
             {u"createdAt"_s, u"2030-01-01T00:00:00Z"_s},
             {u"extra"_s, QJsonObject{{u"n"_s, 9007199254740993LL}, {u"list"_s, QJsonArray{1, u"x"_s}}}}};
         const QJsonObject agentless{{u"id"_s, u"N"_s}, {u"workspaceID"_s, u"web"_s}};
-        writeFile(u"agent-workspace-bindings.json"_s,
-                  json(QJsonObject{{u"version"_s, 3},
-                                   {u"bindings"_s, QJsonArray{agentObject(u"Z"_s, u"zed"_s, u"web"_s, 0.0),
-                                                              future, u"not an object"_s, agentless}}}));
+        writeAgentFile({{u"version"_s, 3},
+                        {u"bindings"_s, QJsonArray{agentObject(u"Z"_s, u"zed"_s, u"web"_s, 0.0), future,
+                                                   u"not an object"_s, agentless}}});
         auto store = makeStore();
         QCOMPARE(store->agentWorkspaceBindings().size(), 1);
         QCOMPARE(store->agentWorkspaceBindingWarnings(),
@@ -610,9 +613,8 @@ private Q_SLOTS:
 
     void migrationWithNothingToMigrateWritesNothing()
     {
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"L"_s, u"Notes"_s, u"__velmora_app_binding__"_s, u"web"_s),
-                                  legacyObject(u"K"_s, u"Terminal"_s, u"velmora"_s, u"web"_s)}));
+        writeLegacy({legacyObject(u"L"_s, u"Notes"_s, u"__velmora_app_binding__"_s, u"web"_s),
+                     legacyObject(u"K"_s, u"Terminal"_s, u"velmora"_s, u"web"_s)});
         auto store = makeStore();
         QVERIFY(store->agentWorkspaceBindings().isEmpty());
         QVERIFY(!QFileInfo::exists(agentFile()));
@@ -621,8 +623,7 @@ private Q_SLOTS:
 
     void failedMigrationSaveKeepsTheMigratedBindingsInMemory()
     {
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"L"_s, u"Zed"_s, u"__velmora_app_binding__"_s, u"web"_s)}));
+        writeLegacy({legacyObject(u"L"_s, u"Zed"_s, u"__velmora_app_binding__"_s, u"web"_s)});
         m_failingFiles = {u"*"_s};
         auto store = makeStore();
         QCOMPARE(store->agentWorkspaceBindings().size(), 1);
@@ -697,8 +698,7 @@ private Q_SLOTS:
         QFETCH(QString, title);
         QFETCH(QString, workspaceName);
         QFETCH(bool, matches);
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"L"_s, bindingApp, keyword, u"web"_s, bindingBundle)}));
+        writeLegacy({legacyObject(u"L"_s, bindingApp, keyword, u"web"_s, bindingBundle)});
         auto store = makeStore();
         const auto found =
             store->binding(context(AgentType::unknown, contextApp, contextBundle, title, workspaceName));
@@ -707,9 +707,8 @@ private Q_SLOTS:
 
     void firstFittingLegacyBindingWins()
     {
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"first"_s, u"Zed"_s, u"main"_s, u"a"_s),
-                                  legacyObject(u"second"_s, u"Zed"_s, u"web"_s, u"b"_s)}));
+        writeLegacy({legacyObject(u"first"_s, u"Zed"_s, u"main"_s, u"a"_s),
+                     legacyObject(u"second"_s, u"Zed"_s, u"web"_s, u"b"_s)});
         auto store = makeStore();
         QCOMPARE(store->binding(context(AgentType::zed, u"Zed"_s, std::nullopt, u"web — main"_s))->id,
                  u"first"_s);
@@ -738,8 +737,7 @@ private Q_SLOTS:
             auto store = makeStore();
             keyword = store->hashedTitleKeyword(title).toUpper().replace(u"TITLE-HASH:"_s, u"title-hash:"_s);
         }
-        writeFile(u"context-bindings.json"_s,
-                  json(QJsonArray{legacyObject(u"H"_s, u"Zed"_s, keyword, u"web"_s)}));
+        writeLegacy({legacyObject(u"H"_s, u"Zed"_s, keyword, u"web"_s)});
         auto store = makeStore();
         const AgentContext matching =
             context(AgentType::zed, u"Zed"_s, std::nullopt, u"  secret project — NOTES.md "_s);
@@ -832,11 +830,9 @@ private Q_SLOTS:
 
     void twoDefaultsOnDiskLeaveTheOlderOne()
     {
-        writeFile(u"agent-workspace-bindings.json"_s,
-                  json(QJsonObject{
-                      {u"version"_s, 3},
-                      {u"bindings"_s, QJsonArray{agentObject(u"young"_s, u"zed"_s, u"a"_s, 2000.0, true),
-                                                 agentObject(u"old"_s, u"zed"_s, u"b"_s, 1000.0, true)}}}));
+        writeAgentFile({{u"version"_s, 3},
+                        {u"bindings"_s, QJsonArray{agentObject(u"young"_s, u"zed"_s, u"a"_s, 2000.0, true),
+                                                   agentObject(u"old"_s, u"zed"_s, u"b"_s, 1000.0, true)}}});
         auto store = makeStore();
         QVERIFY(store->agentWorkspaceBinding(AgentType::zed, u"b"_s)->isDefault);
         QVERIFY(!store->agentWorkspaceBinding(AgentType::zed, u"a"_s)->isDefault);
@@ -899,8 +895,7 @@ private Q_SLOTS:
         QJsonObject map;
         for (auto entry = stored.cbegin(); entry != stored.cend(); ++entry)
             map.insert(entry.key(), entry.value());
-        writeFile(u"agent-workspace-bindings.json"_s,
-                  json(QJsonObject{{u"version"_s, 3}, {u"lastSelectedWorkspaceIDs"_s, map}}));
+        writeAgentFile({{u"version"_s, 3}, {u"lastSelectedWorkspaceIDs"_s, map}});
         auto store = makeStore();
         QCOMPARE(store->lastSelectedWorkspaceID(context(agent, u"App"_s)).value_or(QString()), expected);
     }
