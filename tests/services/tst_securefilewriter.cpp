@@ -45,16 +45,24 @@ private Q_SLOTS:
 
     void cleanup() { AppLog::setSinkForTesting(nullptr); }
 
+    void newFileIsOwnerOnlyWhateverTheUmask_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("text") << u"prompts: []\n名字"_s;
+        QTest::newRow("empty text, empty file") << QString();
+    }
+
     void newFileIsOwnerOnlyWhateverTheUmask()
     {
+        QFETCH(QString, text);
         const mode_t previous = ::umask(0);
         QTemporaryDir dir;
         const QString path = dir.filePath(u"global.yaml"_s);
-        const auto result = SecureFileWriter::writeString(u"prompts: []\n名字"_s, path);
+        const auto result = SecureFileWriter::writeString(text, path);
         ::umask(previous);
         QVERIFY(result);
         QCOMPARE(modeOf(path), 0600);
-        QCOMPARE(contentOf(path), u"prompts: []\n名字"_s.toUtf8());
+        QCOMPARE(contentOf(path), text.toUtf8());
         QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList{u"global.yaml"_s}); // no temporary file left behind
         QVERIFY(m_log.isEmpty());                // nothing is logged on success
@@ -72,15 +80,6 @@ private Q_SLOTS:
         QVERIFY(SecureFileWriter::writeData("new", path));
         QCOMPARE(modeOf(path), 0600);
         QCOMPARE(contentOf(path), QByteArray("new"));
-    }
-
-    void emptyStringGivesAnEmptyFile()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"empty.yaml"_s);
-        QVERIFY(SecureFileWriter::writeString(QString(), path));
-        QCOMPARE(QFileInfo(path).size(), 0);
-        QCOMPARE(modeOf(path), 0600);
     }
 
     void missingFolderFailsAndCreatesNothing()
