@@ -83,8 +83,10 @@ struct Panel {
         store = std::make_unique<PromptStore>(
             home.path(), [] { return AppLanguage::english; }, &settings,
             PromptStore::Collaborators{loader, nullptr, nullptr, nullptr}, false);
-        store->reloadAndWait().waitForFinished();
-        QCoreApplication::processEvents();
+        // The reload finishes through the event loop: it must run meanwhile.
+        const QFuture<void> loaded = store->reloadAndWait();
+        while (!loaded.isFinished())
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         harness = std::make_unique<PromptPanelHarness>(*store, &settings, std::make_shared<NoClipboard>(),
                                                        [](const QString&) { return nullptr; },
                                                        [](double, std::function<void()> work) { work(); });
