@@ -3,7 +3,7 @@
 // with the panel shortcut grabbed, its combination pressed while the prompt's shortcut is recorded
 // is recorded and toggles nothing, and toggles again afterwards. Screenshots of the three sheets in
 // English and Chinese, and of the conflict state, are saved for a look.
-#include "WindowManagerCheck.h"
+#include "X11TestSupport.h"
 #include "XvfbServer.h"
 
 #include "../views/EditorSheetHome.h"
@@ -31,13 +31,7 @@ public:
     {}
 
 private:
-    bool xdotool(const QStringList& arguments)
-    {
-        QProcess process;
-        process.setProcessEnvironment(m_server.environment());
-        process.start(u"xdotool"_s, arguments);
-        return process.waitForFinished(10000) && process.exitCode() == 0;
-    }
+    bool xdotool(const QStringList& arguments) { return runOnDisplay(m_server, u"xdotool"_s, arguments); }
 
     void saveShot(QWidget* widget, const QString& name)
     {

@@ -2,7 +2,7 @@
 // keyboard in its editor; text put on the clipboard by xclip and pasted with Ctrl+V previews and is
 // imported with Ctrl+Return; a pack chosen in the real file dialog (typed by xdotool) installs, and a
 // broken one shows its error. Screenshots in English and Chinese are saved for a look.
-#include "WindowManagerCheck.h"
+#include "X11TestSupport.h"
 #include "XvfbServer.h"
 
 #include "../stores/PromptStoreFixture.h"
@@ -38,21 +38,10 @@ public:
 private:
     bool run(const QString& program, const QStringList& arguments)
     {
-        QProcess process;
-        process.setProcessEnvironment(m_server.environment());
-        QSignalSpy finished(&process, &QProcess::finished);
-        process.start(program, arguments);
-        return finished.wait(20000) && process.exitCode() == 0;
+        return runOnDisplay(m_server, program, arguments, nullptr, 20000);
     }
 
-    // A real click, through the X server and the window manager.
-    bool click(QWidget* widget)
-    {
-        QWidget* window = widget->window();
-        const QPoint at = widget->mapTo(window, widget->rect().center());
-        return run(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, QString::number(window->winId()),
-                                  QString::number(at.x()), QString::number(at.y()), u"click"_s, u"1"_s});
-    }
+    bool click(QWidget* widget) { return clickOnDisplay(m_server, widget); }
 
     PromptImportSheet* openSheet()
     {

@@ -3,6 +3,7 @@
 // it, typed text narrows the tiles, arrows and Return copy, Ctrl+2 copies the second tile (read back
 // by xclip), Escape clears and a second Escape closes; a sheet keeps it open after the pointer left.
 // Screenshots of list and grid, in English and in Simplified Chinese, and of an empty state.
+#include "X11TestSupport.h"
 #include "XvfbServer.h"
 
 #include "AppLanguageStore.h"
@@ -53,16 +54,7 @@ public:
 private:
     bool run(const QString& program, const QStringList& arguments, QByteArray* output = nullptr)
     {
-        QProcess process;
-        process.setProcessEnvironment(m_server.environment());
-        QSignalSpy finished(&process, &QProcess::finished);
-        process.start(program, arguments);
-        // This process owns the clipboard meanwhile: its event loop must run.
-        if (!finished.wait(10000) || process.exitCode() != 0)
-            return false;
-        if (output)
-            *output = process.readAllStandardOutput();
-        return true;
+        return runOnDisplay(m_server, program, arguments, output);
     }
     bool key(const QString& keys) { return run(u"xdotool"_s, {u"key"_s, u"--delay"_s, u"40"_s, keys}); }
 

@@ -2,7 +2,7 @@
 // its text on the clipboard, read back by another client (xclip); a prompt with variables raises
 // the form, which the window manager gives the keyboard focus, and typed keys copy the rendered
 // text. Screenshots of the tiles in grid and list and of the form are saved for a look.
-#include "WindowManagerCheck.h"
+#include "X11TestSupport.h"
 #include "XvfbServer.h"
 
 #include "../stores/PromptStoreFixture.h"
@@ -39,16 +39,7 @@ public:
 private:
     bool run(const QString& program, const QStringList& arguments, QByteArray* output = nullptr)
     {
-        QProcess process;
-        process.setProcessEnvironment(m_server.environment());
-        QSignalSpy finished(&process, &QProcess::finished);
-        process.start(program, arguments);
-        // This process serves the clipboard meanwhile: its event loop must run.
-        if (!finished.wait(10000) || process.exitCode() != 0)
-            return false;
-        if (output)
-            *output = process.readAllStandardOutput();
-        return true;
+        return runOnDisplay(m_server, program, arguments, output);
     }
 
     QByteArray clipboardText()
@@ -65,10 +56,7 @@ private:
         PromptTileView* tile = m_panelView->stage()->tileFor(id);
         if (!tile)
             return false;
-        // Relative to the window, wherever the window manager placed it.
-        const QPoint at = tile->mapTo(m_panel.get(), tile->tileRect().center().toPoint());
-        return run(u"xdotool"_s, {u"mousemove"_s, u"--window"_s, QString::number(m_panel->winId()),
-                                  QString::number(at.x()), QString::number(at.y()), u"click"_s, u"1"_s});
+        return clickOnDisplay(m_server, tile, tile->tileRect().center().toPoint());
     }
 
     void saveShot(QWidget* widget, const QString& name)

@@ -4,6 +4,7 @@
 // combination in force, pressed while recording, is recorded rather than acted on. Screenshots of
 // every category in English and Chinese, of the welcome guide and of the panel with its first-run
 // card, are saved for a look.
+#include "X11TestSupport.h"
 #include "XvfbServer.h"
 
 #include "AppLanguageStore.h"
@@ -39,28 +40,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A root window property of the server, as a window manager publishes it; 0 when absent.
-quint32 rootWindowProperty(const QString& display, const char* name)
-{
-    xcb_connection_t* connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
-    quint32 value = 0;
-    if (!xcb_connection_has_error(connection)) {
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-        xcb_intern_atom_reply_t* atom = xcb_intern_atom_reply(
-            connection, xcb_intern_atom(connection, 1, quint16(qstrlen(name)), name), nullptr);
-        if (atom && atom->atom != XCB_ATOM_NONE) {
-            xcb_get_property_reply_t* property = xcb_get_property_reply(
-                connection, xcb_get_property(connection, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr);
-            if (property && xcb_get_property_value_length(property) >= 4)
-                value = *static_cast<const quint32*>(xcb_get_property_value(property));
-            std::free(property);
-        }
-        std::free(atom);
-    }
-    xcb_disconnect(connection);
-    return value;
-}
-
 } // namespace
 
 class TestX11Settings : public QObject {
@@ -72,21 +51,9 @@ public:
     {}
 
 private:
-    bool xdotool(const QStringList& arguments)
-    {
-        QProcess process;
-        process.setProcessEnvironment(m_server.environment());
-        process.start(u"xdotool"_s, arguments);
-        // Key presses reach this process's own event loop, which must keep running meanwhile.
-        return QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 10000) &&
-               process.exitCode() == 0;
-    }
-    bool clickOn(QWidget* widget)
-    {
-        const QPoint at = widget->mapTo(widget->window(), widget->rect().center());
-        return xdotool({u"mousemove"_s, u"--window"_s, QString::number(widget->window()->winId()),
-                        QString::number(at.x()), QString::number(at.y()), u"click"_s, u"1"_s});
-    }
+    // Key presses reach this process's own event loop, which keeps running meanwhile.
+    bool xdotool(const QStringList& arguments) { return runOnDisplay(m_server, u"xdotool"_s, arguments); }
+    bool clickOn(QWidget* widget) { return clickOnDisplay(m_server, widget); }
     void saveShot(QWidget* widget, const QString& name)
     {
         QTest::qWait(0);
@@ -128,7 +95,7 @@ private Q_SLOTS:
         m_windowManager.setProcessEnvironment(m_server.environment());
         m_windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
         QVERIFY(m_windowManager.waitForStarted(5000));
-        QTRY_VERIFY_WITH_TIMEOUT(rootWindowProperty(m_server.display(), "_NET_SUPPORTING_WM_CHECK") != 0, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(windowManagerRunning(m_server.display()), 10000);
         QDir().mkpath(m_shots);
 
         QVERIFY(QDir(m_home.path()).mkpath(u".velmora"_s));

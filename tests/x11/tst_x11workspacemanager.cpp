@@ -4,7 +4,7 @@
 // report the conflict, and "save as new" keeps the user's work in a copy while the changed file stays
 // as the other program left it. Screenshots of the manager with a library (English and Chinese), of
 // the conflict, and of an empty library are saved for a look.
-#include "WindowManagerCheck.h"
+#include "X11TestSupport.h"
 #include "XvfbServer.h"
 
 #include "AppLanguageStore.h"
@@ -40,25 +40,7 @@ namespace {
 
 quint32 activeWindow(const QString& display)
 {
-    xcb_connection_t* connection = xcb_connect(display.toLocal8Bit().constData(), nullptr);
-    quint32 value = 0;
-    if (!xcb_connection_has_error(connection)) {
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-        const char name[] = "_NET_ACTIVE_WINDOW";
-        xcb_intern_atom_reply_t* atom = xcb_intern_atom_reply(
-            connection, xcb_intern_atom(connection, 1, sizeof(name) - 1, name), nullptr);
-        if (atom && atom->atom != XCB_ATOM_NONE) {
-            xcb_get_property_reply_t* property = xcb_get_property_reply(
-                connection, xcb_get_property(connection, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1),
-                nullptr);
-            if (property && xcb_get_property_value_length(property) >= 4)
-                value = *static_cast<const quint32*>(xcb_get_property_value(property));
-            std::free(property);
-        }
-        std::free(atom);
-    }
-    xcb_disconnect(connection);
-    return value;
+    return rootWindowProperty(display, "_NET_ACTIVE_WINDOW");
 }
 
 const QByteArray betaFile = "workspace:\n  name: Beta\nprompts:\n  - id: b1\n    title: Review the diff\n"
@@ -75,21 +57,9 @@ public:
     {}
 
 private:
-    bool xdotool(const QStringList& arguments)
-    {
-        QProcess process;
-        process.setProcessEnvironment(m_server.environment());
-        process.start(u"xdotool"_s, arguments);
-        return QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 10000) &&
-               process.exitCode() == 0;
-    }
-    bool clickAt(QWidget* widget, const QPoint& point)
-    {
-        const QPoint at = widget->mapTo(widget->window(), point);
-        return xdotool({u"mousemove"_s, u"--window"_s, QString::number(widget->window()->winId()),
-                        QString::number(at.x()), QString::number(at.y()), u"click"_s, u"1"_s});
-    }
-    bool clickOn(QWidget* widget) { return widget && clickAt(widget, widget->rect().center()); }
+    bool xdotool(const QStringList& arguments) { return runOnDisplay(m_server, u"xdotool"_s, arguments); }
+    bool clickAt(QWidget* widget, const QPoint& point) { return clickOnDisplay(m_server, widget, point); }
+    bool clickOn(QWidget* widget) { return clickOnDisplay(m_server, widget); }
     void saveShot(QWidget* widget, const QString& name)
     {
         QTest::qWait(0);
