@@ -22,6 +22,9 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <memory>
+#include <vector>
+
 #include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
@@ -81,10 +84,17 @@ struct Library {
     }
 };
 
+// The libraries made, gone before the application: their windows and temporary homes with them.
+std::vector<std::unique_ptr<Library>>& libraries()
+{
+    static std::vector<std::unique_ptr<Library>> made;
+    return made;
+}
+
 Library& largeLibrary()
 {
     // Short prompts, one line each: the file has to stay within the 1 MiB a file may hold.
-    static Library library(workspaceFile(5000, 1));
+    static Library& library = *libraries().emplace_back(std::make_unique<Library>(workspaceFile(5000, 1)));
     return library;
 }
 
@@ -121,7 +131,7 @@ BENCHMARK(BM_OpenPromptEditorLater)->Unit(benchmark::kMillisecond);
 Library& megabyteLibrary()
 {
     // Just under the 1 MiB a file may hold.
-    static Library library(workspaceFile(1100, 860));
+    static Library& library = *libraries().emplace_back(std::make_unique<Library>(workspaceFile(1100, 860)));
     return library;
 }
 
@@ -178,6 +188,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
+    libraries().clear();
     benchmark::Shutdown();
     return 0;
 }
