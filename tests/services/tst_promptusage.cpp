@@ -189,13 +189,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<PromptSortMode>("mode");
         QTest::addColumn<QStringList>("expected");
-        // a: 2 copies yesterday; b: 1 copy today; c, d: never; e: same as b.
+        // a: 2 copies yesterday; b: 1 copy yesterday; c, d: never; e: 1 copy today.
         QTest::newRow("manual keeps the input")
             << PromptSortMode::manual << QStringList{u"c"_s, u"a"_s, u"b"_s, u"d"_s, u"e"_s};
         QTest::newRow("recent: later use first, unused keep their order, ties by position")
-            << PromptSortMode::recent << QStringList{u"b"_s, u"e"_s, u"a"_s, u"c"_s, u"d"_s};
-        QTest::newRow("frequent: count first, then later use")
-            << PromptSortMode::frequent << QStringList{u"a"_s, u"b"_s, u"e"_s, u"c"_s, u"d"_s};
+            << PromptSortMode::recent << QStringList{u"e"_s, u"a"_s, u"b"_s, u"c"_s, u"d"_s};
+        QTest::newRow("frequent: count first, then later use, not position")
+            << PromptSortMode::frequent << QStringList{u"a"_s, u"e"_s, u"b"_s, u"c"_s, u"d"_s};
     }
 
     void sorting()
@@ -203,7 +203,7 @@ private Q_SLOTS:
         QFETCH(PromptSortMode, mode);
         QFETCH(QStringList, expected);
         const QHash<QString, PromptUsageRecord> usage{
-            {u"a"_s, {u"a"_s, yesterday, 2}}, {u"b"_s, {u"b"_s, today, 1}}, {u"e"_s, {u"e"_s, today, 1}}};
+            {u"a"_s, {u"a"_s, yesterday, 2}}, {u"b"_s, {u"b"_s, yesterday, 1}}, {u"e"_s, {u"e"_s, today, 1}}};
         const QList<PromptItem> prompts{prompt(u"c"_s), prompt(u"a"_s), prompt(u"b"_s), prompt(u"d"_s),
                                         prompt(u"e"_s)};
         QCOMPARE(idsOf(PromptSorter::sorted(prompts, mode, usage)), expected);
