@@ -7,6 +7,7 @@
 
 #include <QPoint>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QString>
 #include <QTest>
 
@@ -71,4 +72,30 @@ inline bool clickOnDisplay(const XvfbServer& server, Widget* widget, std::option
                         {QStringLiteral("mousemove"), QStringLiteral("--window"),
                          QString::number(widget->window()->winId()), QString::number(at.x()),
                          QString::number(at.y()), QStringLiteral("click"), QStringLiteral("1")});
+}
+
+// For tests that run Velmora's application in their own process: whether the programs are there,
+// and whether the server and its session bus started; on success this process is pointed at them,
+// which must happen before the application is made.
+struct X11Session {
+    bool hasTools = false;
+    bool started = false;
+};
+
+inline X11Session startX11Session(XvfbServer& server, const QStringList& programs)
+{
+    X11Session session;
+    session.hasTools = XvfbServer::available();
+    for (const QString& program : programs)
+        session.hasTools = session.hasTools && !QStandardPaths::findExecutable(program).isEmpty();
+    session.started = session.hasTools && server.start();
+    if (session.started) {
+        const QString bus = server.startSessionBus();
+        session.started = !bus.isEmpty();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toLocal8Bit());
+        qputenv("DISPLAY", server.display().toLocal8Bit());
+        qputenv("XDG_SESSION_TYPE", "x11");
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    }
+    return session;
 }

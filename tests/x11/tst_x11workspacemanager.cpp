@@ -202,20 +202,7 @@ private Q_SLOTS:
 int main(int argc, char** argv)
 {
     XvfbServer server;
-    const auto has = [](const char16_t* program) {
-        return !QStandardPaths::findExecutable(QString::fromUtf16(program)).isEmpty();
-    };
-    const bool hasTools =
-        XvfbServer::available() && has(u"openbox") && has(u"xdotool") && has(u"dbus-daemon");
-    bool started = hasTools && server.start();
-    if (started) {
-        const QString bus = server.startSessionBus();
-        started = !bus.isEmpty();
-        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toLocal8Bit());
-        qputenv("DISPLAY", server.display().toLocal8Bit());
-        qputenv("XDG_SESSION_TYPE", "x11");
-        qputenv("QT_QPA_PLATFORM", "xcb");
-    }
+    const X11Session session = startX11Session(server, {u"openbox"_s, u"xdotool"_s, u"dbus-daemon"_s});
     QApplication app(argc, argv);
     QApplication::setOrganizationName(u"Velmora"_s);
     QApplication::setApplicationName(u"Velmora"_s);
@@ -223,7 +210,7 @@ int main(int argc, char** argv)
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setStyle(u"Fusion"_s);
     QApplication::setPalette(VelmoraAppearance::dark());
-    TestX11WorkspaceManager test(hasTools, started, server);
+    TestX11WorkspaceManager test(session.hasTools, session.started, server);
     return QTest::qExec(&test, argc, argv);
 }
 #include "tst_x11workspacemanager.moc"
