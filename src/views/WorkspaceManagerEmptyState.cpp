@@ -23,49 +23,37 @@ WorkspaceManagerEmptyState::resolve(const WorkspaceManagerEmptyStateInput& input
     return std::nullopt;
 }
 
+namespace {
+
+// Each state's icon, title and help line, in the order of the kinds.
+struct StateTexts {
+    const char16_t* systemImage;
+    const char16_t* titleKey;
+    const char16_t* helpKey;
+};
+constexpr StateTexts stateTexts[] = {
+    {u"lock", u"workspace.manager.readonly.title", u"workspace.manager.readonly.help"},
+    {u"folder.badge.plus", u"workspace.manager.empty.title", u"workspace.manager.empty.help"},
+    {u"line.3.horizontal.decrease.circle", u"workspace.manager.filtered.empty.title",
+     u"workspace.manager.filtered.empty.help"},
+    {u"plus.square", u"workspace.manager.editable.empty.title", u"workspace.manager.editable.empty.help"},
+};
+
+} // namespace
+
 QString WorkspaceManagerEmptyState::systemImage() const
 {
-    switch (kind) {
-    case Kind::noData:
-        return u"folder.badge.plus"_s;
-    case Kind::filteredToEmpty:
-        return u"line.3.horizontal.decrease.circle"_s;
-    case Kind::editableEmpty:
-        return u"plus.square"_s;
-    case Kind::readOnly:
-        break;
-    }
-    return u"lock"_s;
+    return QString::fromUtf16(stateTexts[int(kind)].systemImage);
 }
 
 QString WorkspaceManagerEmptyState::titleKey() const
 {
-    switch (kind) {
-    case Kind::noData:
-        return u"workspace.manager.empty.title"_s;
-    case Kind::filteredToEmpty:
-        return u"workspace.manager.filtered.empty.title"_s;
-    case Kind::editableEmpty:
-        return u"workspace.manager.editable.empty.title"_s;
-    case Kind::readOnly:
-        break;
-    }
-    return u"workspace.manager.readonly.title"_s;
+    return QString::fromUtf16(stateTexts[int(kind)].titleKey);
 }
 
 QString WorkspaceManagerEmptyState::helpKey() const
 {
-    switch (kind) {
-    case Kind::noData:
-        return u"workspace.manager.empty.help"_s;
-    case Kind::filteredToEmpty:
-        return u"workspace.manager.filtered.empty.help"_s;
-    case Kind::editableEmpty:
-        return u"workspace.manager.editable.empty.help"_s;
-    case Kind::readOnly:
-        break;
-    }
-    return u"workspace.manager.readonly.help"_s;
+    return QString::fromUtf16(stateTexts[int(kind)].helpKey);
 }
 
 QList<WorkspaceManagerEmptyAction> WorkspaceManagerEmptyState::actions() const
