@@ -228,18 +228,16 @@ private Q_SLOTS:
         QVERIFY(result.workspaces.isEmpty());
         QCOMPARE(result.statusMessage, text("status.config.no.prompts").arg(QString()));
         QVERIFY(result.workspaceMetadata.isEmpty());
-        QCOMPARE(result.configIssues.size(), 1);
-        const PromptConfigIssue& issue = result.configIssues[0];
-        QCOMPARE(issue.id, u"global:global.yaml:config.issue.invalid.format"_s);
-        QCOMPARE(issue.displayName, u"global.yaml"_s);
-        QCOMPARE(issue.sourceKind, PromptConfigSourceKind::global);
-        QCOMPARE(issue.kind, PromptConfigIssueKind::invalidFormat);
-        QCOMPARE(issue.message, text("config.issue.invalid.format"));
-        QCOMPARE(issue.fileURL, globalPath());
-        QCOMPARE(issue.recoveryActions,
-                 (QSet<PromptConfigRecoveryAction>{PromptConfigRecoveryAction::reload,
-                                                   PromptConfigRecoveryAction::showInFinder,
-                                                   PromptConfigRecoveryAction::openWorkspaceManager}));
+        const PromptConfigIssue issue{u"global:global.yaml:config.issue.invalid.format"_s,
+                                      u"global.yaml"_s,
+                                      PromptConfigSourceKind::global,
+                                      PromptConfigIssueKind::invalidFormat,
+                                      text("config.issue.invalid.format"),
+                                      globalPath(),
+                                      {PromptConfigRecoveryAction::reload,
+                                       PromptConfigRecoveryAction::showInFinder,
+                                       PromptConfigRecoveryAction::openWorkspaceManager}};
+        QCOMPARE(result.configIssues, QList{issue});
     }
 
     void globalFileWithNoPromptsHasNoMetadata()
@@ -331,13 +329,10 @@ private Q_SLOTS:
             QVERIFY(file.setFileTime(when, QFileDevice::FileModificationTime));
         }
         const PromptLoadResult result = loader().loadAllConfigs();
-        const WorkspaceFileMetadata global =
-            result.workspaceMetadata.value(QString::fromLatin1(globalWorkspaceID));
-        QCOMPARE(global.fileSize, 19);
-        QCOMPARE(global.modificationDate, std::optional(when));
-        const WorkspaceFileMetadata workspace = result.workspaceMetadata.value(u"w"_s);
-        QCOMPARE(workspace.fileSize, 19);
-        QCOMPARE(workspace.modificationDate, std::optional(when));
+        const WorkspaceFileMetadata expected{when, 19};
+        QCOMPARE(result.workspaceMetadata,
+                 (QHash<QString, WorkspaceFileMetadata>{{QString::fromLatin1(globalWorkspaceID), expected},
+                                                        {u"w"_s, expected}}));
     }
 
     // --- Limits ---
@@ -466,7 +461,6 @@ private Q_SLOTS:
         const PromptLoadResult result = loader(AppLanguage::zhHans).loadAllConfigs();
         QCOMPARE(result.configIssues.size(), 1);
         QCOMPARE(result.configIssues[0].id, u"global:global.yaml:config.issue.unreadable"_s);
-        QCOMPARE(result.configIssues[0].sourceKind, PromptConfigSourceKind::global);
         QCOMPARE(result.configIssues[0].message, text("config.issue.unreadable", AppLanguage::zhHans));
         QVERIFY(result.globalPrompts.isEmpty());
         QCOMPARE(idsOf(result.workspaces), QStringList{u"w"_s});
