@@ -186,23 +186,22 @@ private Q_SLOTS:
         // A tab in a single-line value becomes a blank; the version is any text.
         QCOMPARE(pack.metadata, (PromptPackMetadata{u"team-kit"_s, u"Team Kit"_s, u"Shared prompts"_s,
                                                     u"release 7, not semver"_s, u"Ann"_s}));
-        QCOMPARE(pack.workspace.id, u"team-kit"_s);
-        QCOMPARE(pack.workspace.name, u"Team Kit"_s);
-        QVERIFY(pack.workspace.matchPaths.isEmpty());
-        QCOMPARE(pack.workspace.fileURL, std::nullopt);
-        QCOMPARE(pack.workspace.source, PromptWorkspaceSource::userWorkspace);
-        QCOMPARE(pack.workspace.prompts.size(), 3);
-        const PromptItem& first = pack.workspace.prompts[0];
-        QCOMPARE(first.title, u"First of two"_s);
-        QCOMPARE(first.agent, AgentType::claudeCode);
-        QCOMPARE(first.tags, (QStringList{u"a"_s, u"b"_s}));
-        QCOMPARE(first.text, u"One\n  indented"_s);
-        // Repeated ids are numbered and a blank one comes from the title, silently.
-        QCOMPARE(first.id, u"x"_s);
-        QCOMPARE(pack.workspace.prompts[1].id, u"x-2"_s);
-        QCOMPARE(pack.workspace.prompts[1].text, u"Inline text"_s);
-        QCOMPARE(pack.workspace.prompts[2].id, u"hello-world"_s);
-        QVERIFY(pack.workspace.prompts[2].isPinned);
+        // Match paths are no part of a pack. Repeated ids are numbered and a blank one comes from the
+        // title, silently.
+        const QString group = text("prompt.default.common.group");
+        const auto prompt = [&](const QString& id, const QString& title, const QString& body) {
+            return PromptItem{id, title, group, std::nullopt, body, {}, false, std::nullopt};
+        };
+        PromptItem first = prompt(u"x"_s, u"First of two"_s, u"One\n  indented"_s);
+        first.agent = AgentType::claudeCode;
+        first.tags = {u"a"_s, u"b"_s};
+        PromptItem third = prompt(u"hello-world"_s, u"Hello World"_s, u"Three"_s);
+        third.isPinned = true;
+        PromptWorkspace expected;
+        expected.id = u"team-kit"_s;
+        expected.name = u"Team Kit"_s;
+        expected.prompts = {first, prompt(u"x-2"_s, u"Second"_s, u"Inline text"_s), third};
+        QCOMPARE(pack.workspace, expected);
         QVERIFY(m_log.isEmpty());
 
         // Without a header every value has its default.
