@@ -129,28 +129,14 @@ private Q_SLOTS:
         QCOMPARE((PromptKeyboardShortcut{35, modifiers}.carbonModifierFlags()), flags);
     }
 
-    void displayString_data()
-    {
-        QTest::addColumn<quint32>("code");
-        QTest::addColumn<quint64>("modifiers");
-        QTest::addColumn<QString>("display");
-        QTest::newRow("default toggle") << quint32(35) << (control | shift) << u"Super+Shift+P"_s;
-        QTest::newRow("command shift") << quint32(35) << (command | shift) << u"Ctrl+Shift+P"_s;
-        QTest::newRow("option space") << quint32(49) << option << u"Alt+Space"_s;
-        QTest::newRow("all") << quint32(0) << (control | option | shift | command)
-                             << u"Super+Ctrl+Alt+Shift+A"_s;
-        QTest::newRow("function bit shows nothing")
-            << quint32(96) << (command | ShortcutModifiers::function) << u"Ctrl+F5"_s;
-        QTest::newRow("keypad") << quint32(83) << command << u"Ctrl+Num+1"_s;
-        QTest::newRow("unlisted") << quint32(200) << option << u"Alt+Key 200"_s;
-    }
-
+    // The shortcuts that capture from an event are shown in fromEventAccepts.
     void displayString()
     {
-        QFETCH(quint32, code);
-        QFETCH(quint64, modifiers);
-        QFETCH(QString, display);
-        QCOMPARE((PromptKeyboardShortcut{code, modifiers}.displayString()), display);
+        QCOMPARE((PromptKeyboardShortcut{0, control | option | shift | command}.displayString()),
+                 u"Super+Ctrl+Alt+Shift+A"_s);
+        QCOMPARE((PromptKeyboardShortcut{83, command}.displayString()),
+                 u"Ctrl+Num+1"_s); // keypad by its code
+        QCOMPARE((PromptKeyboardShortcut{200, option}.displayString()), u"Alt+Key 200"_s);
     }
 
     void tileModifierDisplay()
@@ -247,9 +233,7 @@ private Q_SLOTS:
         QFETCH(quint64, stored);
         QFETCH(QString, display);
         const auto shortcut = PromptKeyboardShortcut::fromEvent(keyEvent(key, modifiers));
-        QVERIFY(shortcut);
-        QCOMPARE(shortcut->keyCode, code);
-        QCOMPARE(shortcut->modifiersRawValue, stored);
+        QCOMPARE(shortcut, std::optional(PromptKeyboardShortcut{code, stored}));
         QCOMPARE(shortcut->displayString(), display);
     }
 
@@ -424,8 +408,6 @@ private Q_SLOTS:
         // The texts carry their arguments.
         const QString english = HotKeyStatus::failed(shortcut, 10).message(AppLanguage::english);
         QVERIFY2(english.contains(u"Super+Shift+P"_s) && english.contains(u"10"_s), qPrintable(english));
-        QVERIFY(HotKeyStatus::failed(shortcut, 10) != HotKeyStatus::failed(shortcut, 11));
-        QVERIFY(HotKeyStatus::registered(shortcut) != HotKeyStatus::registering(shortcut));
     }
 };
 
