@@ -367,17 +367,14 @@ private Q_SLOTS:
         const QString script = QStringLiteral(QT_TESTCASE_SOURCEDIR "/../scripts/sign-update-feed");
         QVERIFY(QFileInfo(script).isExecutable());
         QTemporaryDir dir;
+        const auto writeFile = [&](const QString& name, const QByteArray& bytes) {
+            QFile file(dir.filePath(name));
+            return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+        };
         const QString keyPath = dir.filePath(u"key.pem"_s);
-        QFile keyFile(keyPath);
-        QVERIFY(keyFile.open(QIODevice::WriteOnly));
-        keyFile.write(m_signer.privateKeyPem());
-        keyFile.close();
-        const QByteArray body = feed(item("linux", "4.2"));
         const QString feedFile = dir.filePath(u"appcast.xml"_s);
-        QFile feedOut(feedFile);
-        QVERIFY(feedOut.open(QIODevice::WriteOnly));
-        feedOut.write(body);
-        feedOut.close();
+        const QByteArray body = feed(item("linux", "4.2"));
+        QVERIFY(writeFile(u"key.pem"_s, m_signer.privateKeyPem()) && writeFile(u"appcast.xml"_s, body));
 
         QProcess sign;
         sign.start(script, {keyPath, feedFile});
