@@ -283,7 +283,7 @@ private Q_SLOTS:
         struct Probe : PromptStore {
             using PromptStore::setLastEditedWorkspaceID;
         };
-        static_cast<Probe*>(store.get())->setLastEditedWorkspaceID(u"home"_s);
+        (store.get()->*&Probe::setLastEditedWorkspaceID)(u"home"_s);
         load(*store, *f.loader, goodLoad());
         QCOMPARE(store->lastEditedWorkspaceID(), std::optional<QString>(u"home"_s));
         PromptLoadResult without = goodLoad();
