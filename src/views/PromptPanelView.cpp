@@ -36,6 +36,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -428,14 +430,13 @@ void PromptPanelView::render()
         m_stage->setHeader(m_checklist);
     }
 
-    const QStringList ids = m_snapshot.visiblePromptIDs();
-    if (ids != m_visibleIDs) {
-        m_visibleIDs = ids;
+    if (!sameIDs(m_snapshot.visiblePrompts, m_visiblePrompts)) {
+        m_visiblePrompts = m_snapshot.visiblePrompts;
         if (m_selectedPromptID)
-            validateSelection(ids);
+            validateSelection();
         else
-            scheduleInitialSelection(ids);
-        if (m_previewPrompt && !ids.contains(m_previewPrompt->id)) {
+            scheduleInitialSelection();
+        if (m_previewPrompt && !isPromptVisible(m_previewPrompt->id)) {
             cancelAndClear(m_hoverPreviewWorkItem);
             m_hoveredPromptID.reset();
             m_previewPrompt.reset();
@@ -660,7 +661,7 @@ void PromptPanelView::cancelHoverPreview()
 void PromptPanelView::contentVisibilityChanged(bool visible)
 {
     if (visible) {
-        scheduleInitialSelection(m_visibleIDs);
+        scheduleInitialSelection();
         focusSearchWhenReady();
         return;
     }
@@ -923,31 +924,59 @@ void PromptPanelView::copySelectedPrompt(const QList<PromptItem>& list)
     copyPrompt(found != list.cend() ? *found : list.constFirst(), true);
 }
 
-void PromptPanelView::scheduleInitialSelection(const QStringList& visiblePromptIDs)
+void PromptPanelView::scheduleInitialSelection()
 {
     cancelAndClear(m_initialSelectionWorkItem);
     if (!m_morphState.contentVisible() || m_selectedPromptID)
         return;
     const QPointer<PromptPanelView> self(this);
     const double delay = m_morphState.accessibilityReduceMotion() ? 0.0 : initialSelectionDelay;
-    m_initialSelectionWorkItem = m_environment.schedule(delay, [self, visiblePromptIDs] {
+    const std::optional<QString> first = firstVisibleID();
+    m_initialSelectionWorkItem = m_environment.schedule(delay, [self, first] {
         if (!self)
             return;
         self->m_initialSelectionWorkItem = nullptr;
         if (!self->m_morphState.contentVisible() || self->m_selectedPromptID)
             return;
-        self->m_selectedPromptID =
-            visiblePromptIDs.isEmpty() ? std::nullopt : std::optional<QString>(visiblePromptIDs.constFirst());
+        self->m_selectedPromptID = first;
         self->refreshStage();
     });
 }
 
-void PromptPanelView::validateSelection(const QStringList& visiblePromptIDs)
+void PromptPanelView::validateSelection()
 {
-    if (m_selectedPromptID && visiblePromptIDs.contains(*m_selectedPromptID))
+    if (m_selectedPromptID && isPromptVisible(*m_selectedPromptID))
         return;
-    m_selectedPromptID =
-        visiblePromptIDs.isEmpty() ? std::nullopt : std::optional<QString>(visiblePromptIDs.constFirst());
+    m_selectedPromptID = firstVisibleID();
+}
+
+void PromptPanelView::selectPrompt(const QString& promptID)
+{
+    if (!isPromptVisible(promptID))
+        return;
+    m_selectedPromptID = promptID;
+    refreshStage();
+}
+
+std::optional<QString> PromptPanelView::firstVisibleID() const
+{
+    return m_visiblePrompts.isEmpty() ? std::nullopt : std::optional<QString>(m_visiblePrompts.constFirst().id);
+}
+
+bool PromptPanelView::isPromptVisible(const QString& promptID) const
+{
+    return std::any_of(m_visiblePrompts.cbegin(), m_visiblePrompts.cend(),
+                       [&promptID](const PromptItem& prompt) { return prompt.id == promptID; });
+}
+
+// The same prompts in the same order. Each key builds a new list: comparing the ids in place spares
+// a list of ids per render, which with a large library costs more than the rest of the panel's work.
+bool PromptPanelView::sameIDs(const QList<PromptItem>& left, const QList<PromptItem>& right)
+{
+    if (left.constData() == right.constData() && left.size() == right.size())
+        return true;
+    return std::equal(left.cbegin(), left.cend(), right.cbegin(), right.cend(),
+                      [](const PromptItem& a, const PromptItem& b) { return a.id == b.id; });
 }
 
 void PromptPanelView::showEvent(QShowEvent* event)
@@ -955,7 +984,7 @@ void PromptPanelView::showEvent(QShowEvent* event)
     QWidget::showEvent(event);
     syncInteractionLock();
     installKeyboardMonitorIfNeeded();
-    scheduleInitialSelection(m_visibleIDs);
+    scheduleInitialSelection();
     focusSearchWhenReady();
     if (onLayoutModeChange)
         onLayoutModeChange(m_preferences.layoutMode());

@@ -130,8 +130,10 @@ public:
                                                                const PromptTileShortcut& tileShortcut);
     void moveSelection(int delta, const QList<PromptItem>& list);
     void copySelectedPrompt(const QList<PromptItem>& list);
-    void scheduleInitialSelection(const QStringList& visiblePromptIDs);
-    void validateSelection(const QStringList& visiblePromptIDs);
+    void scheduleInitialSelection();
+    void validateSelection();
+    // Selects a prompt that is shown, as the arrows would.
+    void selectPrompt(const QString& promptID);
     bool isKeyboardMonitorInstalled() const { return m_keyboardMonitorInstalled; }
 
     // --- Sheets. ---
@@ -206,6 +208,9 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
+    std::optional<QString> firstVisibleID() const;
+    bool isPromptVisible(const QString& promptID) const;
+    static bool sameIDs(const QList<PromptItem>& left, const QList<PromptItem>& right);
     void scheduleRender();
     void refreshStage();
     void refreshChrome();
@@ -249,7 +254,7 @@ private:
     VelmoraButton* m_importButton = nullptr;
     VelmoraButton* m_settingsButton = nullptr;
     PanelRenderSnapshot m_snapshot;
-    QStringList m_visibleIDs;
+    QList<PromptItem> m_visiblePrompts; // shares the snapshot's list
     std::optional<QString> m_contextIdentity;
     bool m_renderPending = false;
     bool m_rendering = false;
