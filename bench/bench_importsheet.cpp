@@ -12,6 +12,7 @@
 #include "PromptPanelPreferences.h"
 #include "PromptStoreFixture.h"
 #include "VelmoraSheetHost.h"
+#include "WidgetBenchmarkMain.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -19,7 +20,6 @@
 #include <QPromise>
 #include <QTest>
 
-#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 
@@ -104,11 +104,5 @@ BENCHMARK(BM_ImportEditorKey)->UseManualTime()->Unit(benchmark::kMillisecond)->I
 
 int main(int argc, char** argv)
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runWidgetBenchmarks(argc, argv);
 }

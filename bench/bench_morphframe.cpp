@@ -2,6 +2,7 @@
 // and a full panel of content, at changing expansions so that no frame repeats the one before.
 #include "VelmoraMorphContainer.h"
 #include "VelmoraMorphState.h"
+#include "WidgetBenchmarkMain.h"
 
 #include <QApplication>
 #include <QGridLayout>
@@ -9,7 +10,6 @@
 #include <QLabel>
 #include <QPainter>
 
-#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 
@@ -57,10 +57,5 @@ BENCHMARK(morphFrame)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runWidgetBenchmarks(argc, argv);
 }

@@ -11,6 +11,7 @@
 #include "PromptConfigLoading.h"
 #include "SearchVelmoraView.h"
 #include "VelmoraSheetHost.h"
+#include "WidgetBenchmarkMain.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -18,7 +19,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 
@@ -180,12 +180,5 @@ BENCHMARK(BM_SnapshotForEachKey)->Arg(100)->Arg(10000)->UseManualTime()->Unit(be
 
 int main(int argc, char** argv)
 {
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    panels().clear();
-    benchmark::Shutdown();
-    return 0;
+    return runWidgetBenchmarks(argc, argv, [] { panels().clear(); });
 }

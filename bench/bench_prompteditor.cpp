@@ -11,6 +11,7 @@
 #include "SecureFileWriter.h"
 #include "VelmoraButton.h"
 #include "VelmoraSheetHost.h"
+#include "WidgetBenchmarkMain.h"
 
 #include <QApplication>
 #include <QDir>
@@ -25,7 +26,6 @@
 #include <memory>
 #include <vector>
 
-#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 
@@ -183,12 +183,6 @@ BENCHMARK(BM_SaveFloorWriteAndHash)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
     QStandardPaths::setTestModeEnabled(true);
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    libraries().clear();
-    benchmark::Shutdown();
-    return 0;
+    return runWidgetBenchmarks(argc, argv, [] { libraries().clear(); });
 }

@@ -5,11 +5,11 @@
 //   ninja bench_promptstage && ./bench/bench_promptstage
 
 #include "PromptGridStageView.h"
+#include "WidgetBenchmarkMain.h"
 
 #include <QApplication>
 #include <QScrollBar>
 
-#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 
@@ -137,11 +137,5 @@ BENCHMARK(BM_ScrollStep)->Arg(10000)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runWidgetBenchmarks(argc, argv);
 }

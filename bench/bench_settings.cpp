@@ -7,13 +7,13 @@
 #include "FirstRunWelcomeView.h"
 #include "PromptStore.h"
 #include "SettingsHarness.h"
+#include "WidgetBenchmarkMain.h"
 
 #include <QApplication>
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 
-#include <benchmark/benchmark.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -125,10 +125,5 @@ BENCHMARK(BM_WelcomeGuideLaterOpen)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    Environment::instance().reset();
-    return 0;
+    return runWidgetBenchmarks(argc, argv, [] { Environment::instance().reset(); });
 }

@@ -12,8 +12,8 @@
 
 #include "WorkspaceManagerPromptList.h"
 #include "WorkspaceManagerWorkspaceList.h"
+#include "WidgetBenchmarkMain.h"
 
-#include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;
 
@@ -194,10 +194,5 @@ BENCHMARK(BM_PromptFilterFloor)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv)
 {
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    Environment::instance().reset();
-    return 0;
+    return runWidgetBenchmarks(argc, argv, [] { Environment::instance().reset(); });
 }
