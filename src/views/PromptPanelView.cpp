@@ -36,8 +36,6 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -430,13 +428,14 @@ void PromptPanelView::render()
         m_stage->setHeader(m_checklist);
     }
 
-    if (!sameIDs(m_snapshot.visiblePrompts, m_visiblePrompts)) {
-        m_visiblePrompts = m_snapshot.visiblePrompts;
+    const QStringList ids = m_snapshot.visiblePromptIDs();
+    if (ids != m_visibleIDs) {
+        m_visibleIDs = ids;
         if (m_selectedPromptID)
-            validateSelection();
+            validateSelection(ids);
         else
-            scheduleInitialSelection();
-        if (m_previewPrompt && !isPromptVisible(m_previewPrompt->id)) {
+            scheduleInitialSelection(ids);
+        if (m_previewPrompt && !ids.contains(m_previewPrompt->id)) {
             cancelAndClear(m_hoverPreviewWorkItem);
             m_hoveredPromptID.reset();
             m_previewPrompt.reset();
@@ -661,7 +660,7 @@ void PromptPanelView::cancelHoverPreview()
 void PromptPanelView::contentVisibilityChanged(bool visible)
 {
     if (visible) {
-        scheduleInitialSelection();
+        scheduleInitialSelection(m_visibleIDs);
         focusSearchWhenReady();
         return;
     }
@@ -924,59 +923,31 @@ void PromptPanelView::copySelectedPrompt(const QList<PromptItem>& list)
     copyPrompt(found != list.cend() ? *found : list.constFirst(), true);
 }
 
-void PromptPanelView::scheduleInitialSelection()
+void PromptPanelView::scheduleInitialSelection(const QStringList& visiblePromptIDs)
 {
     cancelAndClear(m_initialSelectionWorkItem);
     if (!m_morphState.contentVisible() || m_selectedPromptID)
         return;
     const QPointer<PromptPanelView> self(this);
     const double delay = m_morphState.accessibilityReduceMotion() ? 0.0 : initialSelectionDelay;
-    const std::optional<QString> first = firstVisibleID();
-    m_initialSelectionWorkItem = m_environment.schedule(delay, [self, first] {
+    m_initialSelectionWorkItem = m_environment.schedule(delay, [self, visiblePromptIDs] {
         if (!self)
             return;
         self->m_initialSelectionWorkItem = nullptr;
         if (!self->m_morphState.contentVisible() || self->m_selectedPromptID)
             return;
-        self->m_selectedPromptID = first;
+        self->m_selectedPromptID =
+            visiblePromptIDs.isEmpty() ? std::nullopt : std::optional<QString>(visiblePromptIDs.constFirst());
         self->refreshStage();
     });
 }
 
-void PromptPanelView::validateSelection()
+void PromptPanelView::validateSelection(const QStringList& visiblePromptIDs)
 {
-    if (m_selectedPromptID && isPromptVisible(*m_selectedPromptID))
+    if (m_selectedPromptID && visiblePromptIDs.contains(*m_selectedPromptID))
         return;
-    m_selectedPromptID = firstVisibleID();
-}
-
-void PromptPanelView::selectPrompt(const QString& promptID)
-{
-    if (!isPromptVisible(promptID))
-        return;
-    m_selectedPromptID = promptID;
-    refreshStage();
-}
-
-std::optional<QString> PromptPanelView::firstVisibleID() const
-{
-    return m_visiblePrompts.isEmpty() ? std::nullopt : std::optional<QString>(m_visiblePrompts.constFirst().id);
-}
-
-bool PromptPanelView::isPromptVisible(const QString& promptID) const
-{
-    return std::any_of(m_visiblePrompts.cbegin(), m_visiblePrompts.cend(),
-                       [&promptID](const PromptItem& prompt) { return prompt.id == promptID; });
-}
-
-// The same prompts in the same order. Each key builds a new list: comparing the ids in place spares
-// a list of ids per render, which with a large library costs more than the rest of the panel's work.
-bool PromptPanelView::sameIDs(const QList<PromptItem>& left, const QList<PromptItem>& right)
-{
-    if (left.constData() == right.constData() && left.size() == right.size())
-        return true;
-    return std::equal(left.cbegin(), left.cend(), right.cbegin(), right.cend(),
-                      [](const PromptItem& a, const PromptItem& b) { return a.id == b.id; });
+    m_selectedPromptID =
+        visiblePromptIDs.isEmpty() ? std::nullopt : std::optional<QString>(visiblePromptIDs.constFirst());
 }
 
 void PromptPanelView::showEvent(QShowEvent* event)
@@ -984,7 +955,7 @@ void PromptPanelView::showEvent(QShowEvent* event)
     QWidget::showEvent(event);
     syncInteractionLock();
     installKeyboardMonitorIfNeeded();
-    scheduleInitialSelection();
+    scheduleInitialSelection(m_visibleIDs);
     focusSearchWhenReady();
     if (onLayoutModeChange)
         onLayoutModeChange(m_preferences.layoutMode());

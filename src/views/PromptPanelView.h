@@ -130,10 +130,8 @@ public:
                                                                const PromptTileShortcut& tileShortcut);
     void moveSelection(int delta, const QList<PromptItem>& list);
     void copySelectedPrompt(const QList<PromptItem>& list);
-    void scheduleInitialSelection();
-    void validateSelection();
-    // Selects a prompt that is shown, as the arrows would.
-    void selectPrompt(const QString& promptID);
+    void scheduleInitialSelection(const QStringList& visiblePromptIDs);
+    void validateSelection(const QStringList& visiblePromptIDs);
     bool isKeyboardMonitorInstalled() const { return m_keyboardMonitorInstalled; }
 
     // --- Sheets. ---
@@ -208,9 +206,6 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    std::optional<QString> firstVisibleID() const;
-    bool isPromptVisible(const QString& promptID) const;
-    static bool sameIDs(const QList<PromptItem>& left, const QList<PromptItem>& right);
     void scheduleRender();
     void refreshStage();
     void refreshChrome();
@@ -254,7 +249,7 @@ private:
     VelmoraButton* m_importButton = nullptr;
     VelmoraButton* m_settingsButton = nullptr;
     PanelRenderSnapshot m_snapshot;
-    QList<PromptItem> m_visiblePrompts; // shares the snapshot's list
+    QStringList m_visibleIDs;
     std::optional<QString> m_contextIdentity;
     bool m_renderPending = false;
     bool m_rendering = false;

@@ -30,7 +30,7 @@ class TestPromptPanelKeyboard : public QObject {
 
     QLineEdit* field() const { return panel->searchView()->field(); }
     std::optional<QString> selected() const { return panel->selectedPromptID(); }
-    void select(const QString& id) { panel->selectPrompt(id); }
+    void select(const QString& id) { panel->validateSelection({id}); }
 
     static AgentContext app(const QString& bundle, const QString& folder = {})
     {
