@@ -2,7 +2,7 @@
 // event to the repainted sheet (the edit, the text handed to the view model, the preview cleared, the
 // debounce restarted). The debounce never ends here, so no parse runs; that happens off the main
 // thread anyway.
-//   ninja bench_importsheet && QT_QPA_PLATFORM=offscreen ./bench/bench_importsheet
+//   ninja bench_importsheet && ./bench/bench_importsheet
 
 #include "AppLanguageStore.h"
 #include "FakeFileChooser.h"
@@ -11,6 +11,7 @@
 #include "PromptImportTextEditor.h"
 #include "PromptPanelPreferences.h"
 #include "PromptStoreFixture.h"
+#include "UTF8ByteCount.h"
 #include "VelmoraSheetHost.h"
 #include "WidgetBenchmarkMain.h"
 
@@ -19,7 +20,6 @@
 #include <QPointer>
 #include <QPromise>
 #include <QTest>
-
 
 using namespace Qt::StringLiterals;
 
@@ -34,11 +34,14 @@ QString largeText()
         u"Explain the design in two paragraphs, then give the patch as a unified diff."_s,
     };
     QString text;
-    for (int section = 0; text.toUtf8().size() < PromptImportParser::maximumTextBytes - 4096; ++section) {
-        text += u"## Section %1\n"_s.arg(section);
+    qint64 bytes = 0;
+    for (int section = 0; bytes < PromptImportParser::maximumTextBytes - 4096; ++section) {
+        QString block = u"## Section %1\n"_s.arg(section);
         for (int line = 0; line < 12; ++line)
-            text += lines[(section + line) % 3] + u'\n';
-        text += u'\n';
+            block += lines[(section + line) % 3] + u'\n';
+        block += u'\n';
+        bytes += utf8ByteCount(block);
+        text += block;
     }
     return text;
 }

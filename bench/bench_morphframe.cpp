@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QPainter>
 
-
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -26,7 +26,6 @@
 #include <memory>
 #include <vector>
 
-
 using namespace Qt::StringLiterals;
 
 namespace {

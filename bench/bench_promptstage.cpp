@@ -10,7 +10,6 @@
 #include <QApplication>
 #include <QScrollBar>
 
-
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -1,7 +1,7 @@
 // The settings window and the welcome guide offscreen: the first open of the process (build, layout,
 // first paint), a later open of the kept window, and a switch of category, with the resident memory
 // before and after the first open.
-//   ninja bench_settings && QT_QPA_PLATFORM=offscreen ./bench/bench_settings
+//   ninja bench_settings && ./bench/bench_settings
 
 #include "BackgroundPromptConfigLoader.h"
 #include "FirstRunWelcomeView.h"

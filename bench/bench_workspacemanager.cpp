@@ -3,7 +3,7 @@
 // each filter, a key at a time, each key to a repaint; and beside each, its floor: the filter pass
 // alone over the same data with the same queries. The prompt filter runs on a workspace of 100
 // prompts and on one of 4,000.
-//   ninja bench_workspacemanager && QT_QPA_PLATFORM=offscreen ./bench/bench_workspacemanager
+//   ninja bench_workspacemanager && ./bench/bench_workspacemanager
 
 #include "WorkspaceManagerHarness.h"
 
@@ -13,7 +13,6 @@
 #include "WorkspaceManagerPromptList.h"
 #include "WorkspaceManagerWorkspaceList.h"
 #include "WidgetBenchmarkMain.h"
-
 
 using namespace Qt::StringLiterals;
 
